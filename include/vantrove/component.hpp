@@ -86,12 +86,54 @@ class clsVantrove {
   std::string Version();
   bool FileExists(Variant& strFile);
 
+  // ---- Drawing lifecycle ----------------------------------------------------
+  // Each answers "OK" when the component reports success, otherwise the
+  // component's own status text (see docs/platform.md for the open checks).
+  std::string OpenDrawing(std::string strFile, const std::string& strPassword = "");
+  std::string Web_OpenDrawing(Variant strFile, Variant& strPassword);
+  std::string CloseDrawing();
+  std::string Web_CloseDrawing();
+  std::string SaveDrawing(const std::string& strDWGfile, SaveAutoCADversionType lngVersion = dwgSaveAsDefault);
+  std::string Web_SaveDrawing(Variant& strDWGfile, Variant& lngVersion);
+
+  // ---- Drawing export -------------------------------------------------------
+  std::string CreateDXF(const std::string& strDXFfile, int16_t intPrecision = 0,
+                        AutoCADversionType lngVersion = dwgVersion2004);
+  std::string Web_CreateDXF(Variant& strDXFfile, Variant intPrecision, Variant& lngVersion);
+  std::string CreateXML(const std::string& strXMLFile, int16_t intBlocks = 0, int16_t intAttributeDefinitions = 0,
+                        int16_t intExternalReferences = 0, int16_t intLayers = 0, int16_t intLayouts = 0,
+                        int16_t intSystemVariables = 0, int16_t intImages = 0, int16_t intText = 0);
+  std::string Web_CreateXML(Variant& strXMLFile, Variant& intBlocks, Variant& intAttributeDefinitions,
+                            Variant& intExternalReferences, Variant& intLayers, Variant& intLayouts,
+                            Variant& intSystemVariables, Variant& intImages, Variant& intText);
+
+  // ---- Object edits by handle -------------------------------------------------
+  std::string DeleteObject(const std::string& strTextHandle);
+  std::string Web_DeleteObject(Variant& strTextHandle);
+  std::string UpdateBlockAttribute(const std::string& strAttributeValue, const std::string& strAttributeHandle);
+  std::string Web_UpdateBlockAttribute(Variant& strAttributeValue, Variant& strAttributeHandle);
+  std::string UpdateText(const std::string& strTextValue, const std::string& strTextHandle);
+  std::string Web_UpdateText(Variant& strTextValue, Variant& strTextHandle);
+  std::string SetImagePath(const std::string& strImageFile, const std::string& strImageHandle);
+  std::string Web_SetImagePath(Variant& strImageFile, Variant& strImageHandle);
+  std::string SetLayerState(const std::string& strLayerName, LayerStateType lngState, LayerModeType lngMode);
+  std::string Web_SetLayerState(Variant& strLayerName, Variant& lngState, Variant& lngMode);
+  std::string SetReferenceFilePath(const std::string& strReferenceFilePath, const std::string& strReferenceName);
+  std::string Web_SetReferenceFilePath(Variant& strReferenceFilePath, Variant& strReferenceName);
+
   // ---- Instance state, for the drawing methods and tests -------------------
   bool drawing_open() const { return drawingOpen_; }
   bool component_missing() const { return componentMissing_; }
   engine::DrawingComponent* component() { return component_.get(); }
 
  private:
+  // Runs one component operation with errors suppressed, then reports the
+  // component's status: "OK", or its text.
+  template <class Operation>
+  std::string DrawingOperation(Operation&& op);
+  std::string StatusStep();
+  std::string OpenWith(const std::string& file, const std::string& password, bool web);
+
   std::unique_ptr<engine::DrawingComponent> component_;
   bool drawingOpen_ = false;
   bool componentMissing_ = false;

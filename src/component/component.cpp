@@ -227,10 +227,7 @@ clsVantrove::clsVantrove() {
 
 clsVantrove::~clsVantrove() {
   try {
-    if (drawingOpen_ && component_) {
-      component_->CloseDrawing();
-      drawingOpen_ = false;
-    }
+    if (drawingOpen_) CloseDrawing();
   } catch (...) {
   }
 }

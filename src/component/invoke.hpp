@@ -169,5 +169,9 @@ void Register(InvokerTable& t, std::string_view name) {
 
 // One per area; each lists its members. Called once, in invokers.cpp.
 void RegisterComponentInvokers(InvokerTable& t);
+// Drawing lifecycle and the XML description (open, close, CreateXML).
+void RegisterDrawingInvokers(InvokerTable& t);
+// Saving, DXF export and edits by handle.
+void RegisterDrawingExportAndEditInvokers(InvokerTable& t);
 
 }  // namespace vantrove::detail
