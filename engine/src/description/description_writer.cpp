@@ -324,6 +324,7 @@ void Writer::Attributes() {
 void Writer::AttributeDefinitions() {
   Raw("<AttributeDefinitions>");
   for (const Block* block : doc_.blocks) {
+    if (doc_.LayoutOf(block) != nullptr) continue;  // definitions belong to block definitions
     bool opened = false;
     for (const Entity* entity : block->entities) {
       if (entity->kind() != ObjectKind::kAttDef) continue;

@@ -106,11 +106,41 @@ Handle Document::AssignHandle(Object* object) {
 }
 
 void Document::LinkBlocks() {
+  // A BLOCK names its record by owner handle; the name is the fallback for
+  // files without handles (and for damaged links).
+  blocks_by_name_.clear();
+  for (Block* block : blocks) {
+    Object* owner = Find(block->owner);
+    if (owner != nullptr && owner->kind() == ObjectKind::kBlockRecord) {
+      auto* record = static_cast<BlockRecord*>(owner);
+      if (record->block == nullptr) {
+        record->block = block;
+        block->record = record;
+      }
+    }
+  }
+  for (BlockRecord* record : block_records) {
+    if (record->block != nullptr) continue;
+    Block* block = FindBlock(record->name);
+    if (block != nullptr && block->record == nullptr) {
+      record->block = block;
+      block->record = record;
+    }
+  }
+
   model_space_ = nullptr;
   paper_space_ = nullptr;
   for (Block* block : blocks) {
     if (model_space_ == nullptr && IsModelSpaceName(block->name)) model_space_ = block;
     if (paper_space_ == nullptr && IsPaperSpaceName(block->name)) paper_space_ = block;
+  }
+  // Some writers give the layout blocks other names; the owners of the
+  // ENTITIES section then tell which blocks they are.
+  for (Entity* entity : entities) {
+    Block*& space = entity->paper_space ? paper_space_ : model_space_;
+    if (space != nullptr) continue;
+    Object* owner = Find(entity->owner);
+    if (owner != nullptr && owner->kind() == ObjectKind::kBlockRecord) space = static_cast<BlockRecord*>(owner)->block;
   }
   auto synthesize = [this](std::string_view name) {
     auto block = std::make_unique<Block>();
@@ -126,14 +156,8 @@ void Document::LinkBlocks() {
   };
   if (model_space_ == nullptr) model_space_ = synthesize("*Model_Space");
   if (paper_space_ == nullptr) paper_space_ = synthesize("*Paper_Space");
-  blocks_by_name_.clear();
   for (Block* block : blocks) blocks_by_name_.emplace(Lower(block->name), block);
 
-  for (BlockRecord* record : block_records) {
-    Block* block = FindBlock(record->name);
-    record->block = block;
-    if (block != nullptr && block->record == nullptr) block->record = record;
-  }
   for (Entity* entity : entities) {
     Block* owner_block = nullptr;
     if (Object* owner = Find(entity->owner); owner != nullptr && owner->kind() == ObjectKind::kBlockRecord) {

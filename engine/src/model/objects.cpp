@@ -88,16 +88,16 @@ std::string MTextPlainText(std::string_view v) {
           out.push_back('U');
           break;
         case 'S': {
-          // Stacked text up to the closing ';': shown as written, with the
-          // tolerance separator '^' read as '/'.
+          // Stacked text up to the closing ';': shown as written ("1/2",
+          // "1#2"), the tolerance form "1^ 2" as "1^2".
           while (i < n && v[i] != ';') {
             if (v[i] == '\\' && i + 1 < n) {
               out.push_back(v[i + 1]);
               i += 2;
               continue;
             }
-            out.push_back(v[i] == '^' ? '/' : v[i]);
-            ++i;
+            out.push_back(v[i]);
+            i += (v[i] == '^' && i + 1 < n && v[i + 1] == ' ') ? 2 : 1;
           }
           if (i < n) ++i;
           break;

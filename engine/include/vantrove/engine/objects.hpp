@@ -207,7 +207,8 @@ class MText : public Entity {
 
 // The readable text of an MTEXT value: formatting codes removed, \P as a
 // line feed, \~ as a no-break space, %%c/%%d/%%p as their symbols, stacked
-// fractions as "a/b", escaped \\ \{ \} as the character.
+// text as written ("1/2", "1#2", "1^ 2" as "1^2"), ^J/^I as line feed/tab,
+// \U+XXXX as the character, escaped \\ \{ \} as the character.
 std::string MTextPlainText(std::string_view value);
 
 class Image : public Entity {
