@@ -57,7 +57,7 @@ class Reader {
     return Status::Error(StatusCode::kDamaged, "The drawing file is damaged (" + what + "): " + name_);
   }
   Status TokenFault() const {
-    if (!seen_section_) {
+    if (!seen_section_ && !tokens_.binary()) {  // the binary sentinel already says "DXF"
       return Status::Error(StatusCode::kNotADrawing,
                            "The file is not a DXF drawing (" + tokens_.error() + "): " + name_);
     }
