@@ -3,6 +3,7 @@
 // ($DWGCODEPAGE, e.g. "ANSI_1252") and conversion of 8-bit text to UTF-8.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -11,8 +12,9 @@ namespace vantrove::engine::dwg {
 // "ANSI_1252" for 30, "" for numbers we don't know.
 std::string_view CodePageName(uint16_t number);
 
-// Converts 8-bit text in one code page to UTF-8. Bytes that the code page
-// cannot map become U+FFFD; ASCII-only text is passed through unchanged.
+// Converts 8-bit text of drawings before 2007 to UTF-8, exactly as the DXF
+// reader converts the same text: the drawing's code page, then the
+// \U+XXXX and \M+nXXXX escapes that stand for characters outside it.
 class TextDecoder {
  public:
   explicit TextDecoder(uint16_t codePage);
@@ -24,8 +26,9 @@ class TextDecoder {
   uint16_t codePage() const { return codePage_; }
 
  private:
+  struct Impl;
   uint16_t codePage_;
-  void* handle_ = nullptr;  // iconv_t, or null when falling back to Latin-1
+  std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace vantrove::engine::dwg

@@ -705,6 +705,15 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
     rec.payload = std::move(dict);
     return ok();
   }
+  switch (rec.type) {
+    case 0x35: case 0x39: case 0x3D: case 0x3F: case 0x41: case 0x43: case 0x45: case 0x47: {
+      TableEntry e = readTableEntry();
+      rec.payload = TableEntryData{e.name, e.xrefDependent};
+      return ok();
+    }
+    default:
+      break;
+  }
   if (IsControlType(rec.type)) {
     ControlData cd;
     uint32_t count = d.BL();

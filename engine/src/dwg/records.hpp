@@ -142,13 +142,18 @@ struct DictionaryData {
   uint16_t cloning = 0;
 };
 
+struct TableEntryData {   // other table entries: only the name is decoded
+  std::string name;
+  bool xrefDependent = false;
+};
+
 struct ControlData {      // table control objects
   std::vector<uint64_t> entries;
   uint64_t modelSpace = 0, paperSpace = 0;  // BLOCK_CONTROL only
 };
 
 using ObjectPayload = std::variant<std::monostate, TextData, InsertData, MTextData, ImageData, ImageDefData,
-                                   BlockData, BlockHeaderData, LayerData, LayoutData, DictionaryData, ControlData>;
+                                   BlockData, BlockHeaderData, LayerData, LayoutData, DictionaryData, ControlData, TableEntryData>;
 
 struct ObjectRecord {
   uint64_t handle = 0;
