@@ -74,6 +74,13 @@ bool DecodeDrawing(const std::vector<uint8_t>& file, DecodedDrawing& out, ReadEr
     error = {kErrDamaged, "no object of the drawing could be decoded"};
     return false;
   }
+  // A few damaged objects are skipped; when a quarter of them are, the
+  // rest cannot be trusted either.
+  if (out.failedObjects > 16 && out.failedObjects * 4 > map.size()) {
+    error = {kErrDamaged, std::to_string(out.failedObjects) + " of " + std::to_string(map.size()) +
+                              " objects cannot be decoded"};
+    return false;
+  }
   if (out.failedObjects > 0)
     out.warnings.push_back(std::to_string(out.failedObjects) + " objects could not be decoded");
   if (crcFailures > 0) out.warnings.push_back(std::to_string(crcFailures) + " objects fail their check value");

@@ -157,6 +157,7 @@ void Filler::FillFields(const ObjectRecord& rec, Object* object) {
       a->tag = doc_.StoreText(t->tag);
       a->flags = t->flags;
       a->multiline = t->attribType > 1;
+      if (a->multiline) a->mtext_value = doc_.StoreText(t->mtextValue);
     }
     if (auto* def = dynamic_cast<AttDef*>(object)) def->prompt = doc_.StoreText(t->prompt);
   } else if (const auto* m = std::get_if<dwg::MTextData>(&rec.payload)) {

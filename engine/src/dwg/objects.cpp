@@ -1,6 +1,7 @@
 #include "dwg/objects.hpp"
 
 #include "dwg/checksum.hpp"
+#include "dwg/color.hpp"
 #include "dwg/sections.hpp"
 
 namespace vantrove::engine::dwg {
@@ -403,6 +404,82 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
     t.alignment = {al.x, al.y, elevation};
   };
 
+  // The MTEXT fields, also embedded in multi-line attributes (2018+).
+  auto readMTextBody = [&](MTextData& m) {
+    m.insertion = d.BD3();
+    d.BD3();  // extrusion
+    m.xAxis = d.BD3();
+    m.rectWidth = d.BD();
+    if (s.R2007()) d.BD();
+    m.textHeight = d.BD();
+    m.attachment = d.BS();
+    m.drawingDirection = d.BS();
+    d.BD();
+    d.BD();
+    m.text = T();
+    if (s.R2000()) {
+      d.BS();
+      d.BD();
+      d.B();
+    }
+    if (s.R2004()) {
+      uint32_t background = d.BL();
+      if ((background & 1) || (s.R2018() && (background & 0x10))) {
+        d.BD();
+        d.BS();  // colour: index, RGB, flags, names
+        d.BL();
+        uint8_t colorFlags = d.RC();
+        if (colorFlags & 1) T();
+        if (colorFlags & 2) T();
+        d.BL();  // transparency
+      }
+    }
+    if (s.R2018() && d.B()) {
+      // Not annotative: the annotation scale data follows.
+      d.BS();
+      d.B();
+      s.Ref();
+      d.BL();
+      d.BD3();
+      d.BD3();
+      for (int i = 0; i < 4; ++i) d.BD();
+      uint16_t columnType = d.BS();
+      if (columnType != 0) {
+        uint32_t count = d.BL();
+        d.BD();
+        d.BD();
+        bool autoHeight = d.B();
+        d.B();
+        if (!autoHeight && columnType == 2) {
+          if (!d.CanRead(count, 2)) return;
+          for (uint32_t i = 0; i < count; ++i) d.BD();
+        }
+      }
+    }
+  };
+  // The entity properties of an embedded entity (data stream part).
+  auto skipEntityProperties = [&]() {
+    d.BB();
+    d.BL();
+    d.B();
+    if (s.R2013()) d.B();
+    uint16_t color = d.BS();
+    if (color & 0x2000) d.BL();
+    if ((color & 0x8000) && !(color & 0x4000)) d.BL();
+    if ((color & 0x4100) == 0x4100) T();
+    if ((color & 0x4200) == 0x4200) T();
+    d.BD();
+    d.BB();
+    d.BB();
+    d.BB();
+    d.RC();
+    d.B();
+    d.B();
+    d.B();
+    d.BS();
+    d.RC();
+  };
+
   const std::string& name = rec.dxfName;
   switch (rec.type) {
     case kTypeText: {
@@ -420,10 +497,17 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
       if (s.R2018()) {
         t.attribType = d.RC();
         if (t.attribType > 1) {
-          // Multi-line attributes embed MTEXT data here; we keep the
-          // object as read and report the typed part as undecoded.
-          rec.payload = std::move(t);
-          return false;
+          // A multi-line attribute embeds an MTEXT: its entity properties,
+          // its fields, then annotation data.
+          skipEntityProperties();
+          MTextData m;
+          readMTextBody(m);
+          t.mtextValue = std::move(m.text);
+          uint16_t extra = d.BS();
+          if (extra > 0) {
+            d.Bytes(extra);
+            d.BS();
+          }
         }
       }
       t.tag = T();
@@ -492,17 +576,7 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
     }
     case kTypeMText: {
       MTextData m;
-      m.insertion = d.BD3();
-      d.BD3();  // extrusion
-      m.xAxis = d.BD3();
-      m.rectWidth = d.BD();
-      if (s.R2007()) d.BD();
-      m.textHeight = d.BD();
-      m.attachment = d.BS();
-      m.drawingDirection = d.BS();
-      d.BD();
-      d.BD();
-      m.text = T();
+      readMTextBody(m);
       m.style = s.Ref();
       rec.payload = std::move(m);
       return ok();
@@ -534,8 +608,9 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
       b.isXref = d.B();
       b.isOverlay = d.B();
       if (s.R2000()) b.loaded = d.B();
+      // External references own no entities and store no count for them.
       uint32_t owned = 0;
-      if (s.R2004()) owned = d.BL();
+      if (s.R2004() && !b.isXref && !b.isOverlay) owned = d.BL();
       b.basePoint = d.BD3();
       b.xrefPath = T();
       uint32_t inserts = 0;
@@ -597,6 +672,7 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
           index = static_cast<int16_t>(rgb & 0xFF);
         } else if (method == 0xC2) {
           l.trueColor = rgb;
+          index = static_cast<int16_t>(NearestColorIndex(rgb & 0xFFFFFF));
         }
       }
       if (index < 0) {

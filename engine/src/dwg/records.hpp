@@ -54,6 +54,7 @@ struct TextData {         // TEXT, and the text part of ATTRIB/ATTDEF
   std::string prompt;     // ATTDEF only
   uint8_t flags = 0;      // 1 invisible, 2 constant, 4 verify, 8 preset
   uint8_t attribType = 0; // 2018+: 1 single line, 2 multi-line ATTRIB, 4 multi-line ATTDEF
+  std::string mtextValue; // multi-line: the text of the embedded MTEXT
   bool lockPosition = false;
   uint64_t style = 0;
 };
