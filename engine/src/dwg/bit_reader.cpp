@@ -80,28 +80,29 @@ uint8_t BitReader::B3() {
   return v;
 }
 
+// Multi-byte raw values are little-endian; a value cut short reads as 0.
 uint16_t BitReader::RS() {
   uint16_t lo = RC();
   uint16_t hi = RC();
-  return static_cast<uint16_t>(lo | (hi << 8));
+  return failed_ ? 0 : static_cast<uint16_t>(lo | (hi << 8));
 }
 
 uint16_t BitReader::RSBigEndian() {
   uint16_t hi = RC();
   uint16_t lo = RC();
-  return static_cast<uint16_t>(lo | (hi << 8));
+  return failed_ ? 0 : static_cast<uint16_t>(lo | (hi << 8));
 }
 
 uint32_t BitReader::RL() {
   uint32_t lo = RS();
   uint32_t hi = RS();
-  return lo | (hi << 16);
+  return failed_ ? 0 : lo | (hi << 16);
 }
 
 uint64_t BitReader::RLL() {
   uint64_t lo = RL();
   uint64_t hi = RL();
-  return lo | (hi << 32);
+  return failed_ ? 0 : lo | (hi << 32);
 }
 
 double BitReader::RD() {
