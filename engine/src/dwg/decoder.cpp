@@ -54,11 +54,20 @@ bool DecodeDrawing(const std::vector<uint8_t>& file, DecodedDrawing& out, ReadEr
   ObjectDecoder decoder(c, out.classes, text);
   out.objects.reserve(map.size());
   size_t crcFailures = 0;
+  // Objects are copied as they are stored; a map that points many times at
+  // the same bytes must not multiply memory and time.
+  const uint64_t rawBudget = uint64_t{4} * c.objects.size + (uint64_t{16} << 20);
+  uint64_t rawTotal = 0;
   for (const MapEntry& e : map) {
     ObjectRecord rec;
     if (e.offset < 0 || static_cast<uint64_t>(e.offset) >= c.objects.size || !decoder.Decode(static_cast<size_t>(e.offset), rec)) {
       ++out.failedObjects;
       continue;
+    }
+    rawTotal += rec.raw.size();
+    if (rawTotal > rawBudget) {
+      error = {kErrDamaged, "the object map points at overlapping objects"};
+      return false;
     }
     if (!rec.crcOk) ++crcFailures;
     if (rec.handle == 0) rec.handle = e.handle;

@@ -158,7 +158,8 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
   if (c_.version >= Version::kR2010) handleBits = head.UMC();
   if (head.failed()) return false;
   size_t dataStart = head.position() / 8;
-  if (size == 0 || size > section.size - dataStart || handleBits > uint64_t{size} * 8) return false;
+  const size_t sizeBits = size_t{size} * 8;
+  if (size == 0 || size > section.size - dataStart || handleBits > sizeBits) return false;
   size_t end = dataStart + size;
   size_t rawEnd = end + 2 <= section.size ? end + 2 : end;
   rec.offset = offset;
@@ -175,7 +176,7 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
   rec.type = s.R2010() ? d.OT() : d.BS();
   size_t bitSize = 0;
   if (s.R2010()) {
-    bitSize = size * 8 - static_cast<size_t>(handleBits);
+    bitSize = sizeBits - static_cast<size_t>(handleBits);
   } else if (s.R2000()) {
     bitSize = d.RL();
   }
@@ -269,7 +270,7 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
     if (s.R2004()) xdicMissing = d.B();
     if (s.R2013()) d.B();
   }
-  if (d.failed() || bitSize > size * 8 || bitSize < d.position()) return false;
+  if (d.failed() || bitSize > sizeBits || bitSize < d.position()) return false;
 
   // The handle stream starts at bitSize; the data stream ends there.
   s.hdl = BitReader(section.data + dataStart, size);
