@@ -7,6 +7,7 @@ namespace {
 InvokerTable Build() {
   InvokerTable t;
   RegisterComponentInvokers(t);
+  RegisterDrawingInvokers(t);
   return t;
 }
 }  // namespace
