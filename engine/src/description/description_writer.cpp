@@ -215,7 +215,11 @@ void Writer::DrawingInformation() {
   if (doc_.format == DrawingFormat::kDwg) format = "DWG";
   Leaf("FileFormat", format);
   Leaf("CodePage", std::string_view(doc_.codepage));
-  Leaf("MaintenanceVersion", doc_.HeaderText("$ACADMAINTVER"));
+  // Integer header values keep their ASCII DXF padding in the model.
+  std::string_view maintenance = doc_.HeaderText("$ACADMAINTVER");
+  while (!maintenance.empty() && maintenance.front() == ' ') maintenance.remove_prefix(1);
+  while (!maintenance.empty() && maintenance.back() == ' ') maintenance.remove_suffix(1);
+  Leaf("MaintenanceVersion", maintenance);
   Leaf("LastSavedBy", doc_.HeaderText("$LASTSAVEDBY"));
   Leaf("NumberOfLayers", doc_.layers.size());
   Leaf("NumberOfLayouts", doc_.layouts.size());
