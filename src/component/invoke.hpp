@@ -169,5 +169,7 @@ void Register(InvokerTable& t, std::string_view name) {
 
 // One per area; each lists its members. Called once, in invokers.cpp.
 void RegisterComponentInvokers(InvokerTable& t);
+void RegisterOutputInvokers(InvokerTable& t);
+void RegisterArraysInvokers(InvokerTable& t);
 
 }  // namespace vantrove::detail

@@ -7,6 +7,8 @@ namespace {
 InvokerTable Build() {
   InvokerTable t;
   RegisterComponentInvokers(t);
+  RegisterOutputInvokers(t);
+  RegisterArraysInvokers(t);
   return t;
 }
 }  // namespace
