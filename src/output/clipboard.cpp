@@ -4,7 +4,8 @@
 // copies must stay alive and hand the text to whoever pastes. The helper
 // programs (wl-copy, xclip, xsel) do exactly that: they read the text on their
 // standard input, take ownership of the clipboard and leave a background
-// process that serves it until another program copies something.
+// process that serves it until another program copies something. Their paste
+// side (wl-paste, xclip -out, xsel --output) confirms that the text arrived.
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -81,19 +82,26 @@ int RemainingMs(std::chrono::steady_clock::time_point deadline) {
   return left.count() > 0 ? static_cast<int>(left.count()) : 0;
 }
 
-// Runs `argv` with `text` on its standard input and waits for it to exit.
-bool RunHelper(const std::vector<std::string>& argv, std::string_view text, std::string& why) {
-  int fds[2];
-  if (pipe2(fds, O_CLOEXEC) != 0) {
+// Runs `argv` with `input` on its standard input until it exits or the
+// deadline passes; its standard output goes to `output` when given. False
+// (with `why`) when it cannot start, is too slow, or exits with an error.
+bool RunProgram(const std::vector<std::string>& argv, std::string_view input, std::string* output,
+                std::chrono::steady_clock::time_point deadline, std::string& why) {
+  int in[2] = {-1, -1}, out[2] = {-1, -1};
+  if (pipe2(in, O_CLOEXEC) != 0 || (output && pipe2(out, O_CLOEXEC) != 0)) {
+    for (int fd : {in[0], in[1], out[0], out[1]}) {
+      if (fd >= 0) close(fd);
+    }
     why = "cannot make a pipe for " + argv[0];
     return false;
   }
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, fds[0], 0);
-  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_adddup2(&actions, in[0], 0);
+  if (output) posix_spawn_file_actions_adddup2(&actions, out[1], 1);
+  else posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-  // The helper's background process lives on: it must not keep our files open.
+  // A helper's background process lives on: it must not keep our files open.
   posix_spawn_file_actions_addclosefrom_np(&actions, 3);
   std::vector<char*> args;
   for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
@@ -101,34 +109,71 @@ bool RunHelper(const std::vector<std::string>& argv, std::string_view text, std:
   pid_t pid = -1;
   const int rc = posix_spawnp(&pid, args[0], &actions, nullptr, args.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
-  close(fds[0]);
+  close(in[0]);
+  if (output) close(out[1]);
   if (rc != 0) {
-    close(fds[1]);
+    close(in[1]);
+    if (output) close(out[0]);
     why = "cannot start " + argv[0];
     return false;
   }
 
-  const auto deadline = std::chrono::steady_clock::now() + kHelperTimeout;
-  bool sent = true;
+  // Feed the input and collect the output together, so that neither side
+  // can block the other.
+  bool ok = true;
   {
     PipeSignalGuard guard;
-    (void)fcntl(fds[1], F_SETFL, O_NONBLOCK);
-    size_t done = 0;
-    while (done < text.size()) {
-      const ssize_t n = write(fds[1], text.data() + done, text.size() - done);
-      if (n > 0) {
-        done += static_cast<size_t>(n);
-        continue;
-      }
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0 && errno == EAGAIN) {
-        pollfd p{fds[1], POLLOUT, 0};
-        if (poll(&p, 1, RemainingMs(deadline)) > 0) continue;
-      }
-      sent = false;
-      break;
+    (void)fcntl(in[1], F_SETFL, O_NONBLOCK);
+    size_t sent = 0;
+    int inFd = in[1], outFd = output ? out[0] : -1;
+    if (input.empty()) {
+      close(inFd);
+      inFd = -1;
     }
-    close(fds[1]);
+    char buf[65536];
+    while (inFd >= 0 || outFd >= 0) {
+      pollfd fds[2];
+      bool isInput[2] = {false, false};
+      nfds_t n = 0;
+      if (inFd >= 0) {
+        isInput[n] = true;
+        fds[n++] = {inFd, POLLOUT, 0};
+      }
+      if (outFd >= 0) fds[n++] = {outFd, POLLIN, 0};
+      const int ready = poll(fds, n, RemainingMs(deadline));
+      if (ready < 0 && errno == EINTR) continue;
+      if (ready <= 0) {
+        ok = false;
+        why = argv[0] + " did not finish in time";
+        break;
+      }
+      for (nfds_t k = 0; k < n; ++k) {
+        if (fds[k].revents == 0) continue;
+        if (isInput[k]) {
+          const ssize_t w = write(inFd, input.data() + sent, input.size() - sent);
+          if (w > 0) sent += static_cast<size_t>(w);
+          if ((w < 0 && errno != EAGAIN && errno != EINTR) || sent == input.size()) {
+            if (sent < input.size()) {
+              ok = false;
+              why = argv[0] + " did not take the text";
+            }
+            close(inFd);
+            inFd = -1;
+          }
+        } else {
+          const ssize_t r = read(outFd, buf, sizeof buf);
+          if (r > 0) {
+            output->append(buf, static_cast<size_t>(r));
+          } else if (r == 0 || (errno != EAGAIN && errno != EINTR)) {
+            close(outFd);
+            outFd = -1;
+          }
+        }
+      }
+      if (!ok) break;
+    }
+    if (inFd >= 0) close(inFd);
+    if (outFd >= 0) close(outFd);
   }
 
   int status = 0;
@@ -139,25 +184,44 @@ bool RunHelper(const std::vector<std::string>& argv, std::string_view text, std:
       why = argv[0] + " could not be waited for";
       return false;
     }
-    if (std::chrono::steady_clock::now() >= deadline) {
+    if (!ok || std::chrono::steady_clock::now() >= deadline) {
       kill(pid, SIGKILL);
       waitpid(pid, &status, 0);
-      why = argv[0] + " did not finish in time";
+      if (ok) why = argv[0] + " did not finish in time";
       return false;
     }
-    const timespec pause{0, 5'000'000};
+    const timespec pause{0, 2'000'000};
     nanosleep(&pause, nullptr);
   }
-  if (!sent) {
-    why = argv[0] + " did not take the text";
-    return false;
-  }
+  if (!ok) return false;
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
     why = argv[0] + " failed (exit status " +
           (WIFEXITED(status) ? std::to_string(WEXITSTATUS(status)) : std::string("signal")) + ")";
     return false;
   }
   return true;
+}
+
+struct Helper {
+  std::vector<std::string> copy;   // puts standard input on the clipboard
+  std::vector<std::string> paste;  // prints the clipboard
+};
+
+// The helpers take the clipboard in their background process, a moment after
+// the program we started has exited. Copying is done when the clipboard
+// reads back as the text.
+bool Copy(const Helper& h, std::string_view text, std::string& why) {
+  const auto deadline = std::chrono::steady_clock::now() + kHelperTimeout;
+  if (!RunProgram(h.copy, text, nullptr, deadline, why)) return false;
+  for (int attempt = 0;; ++attempt) {
+    std::string back, ignored;
+    if (RunProgram(h.paste, {}, &back, deadline, ignored) && back == text) return true;
+    if (std::chrono::steady_clock::now() >= deadline) break;
+    const timespec pause{0, std::min(attempt + 1, 20) * 1'000'000L};
+    nanosleep(&pause, nullptr);
+  }
+  why = h.copy[0] + " did not take over the clipboard";
+  return false;
 }
 
 }  // namespace
@@ -170,18 +234,19 @@ bool DiagnosticsWanted() {
 bool SetClipboardText(std::string_view text, std::string* why) {
   std::string reason;
   bool ok = false;
-  if (!EnvValue("WAYLAND_DISPLAY").empty() && OnPath("wl-copy")) {
-    ok = RunHelper({"wl-copy", "--type", "text/plain;charset=utf-8"}, text, reason);
+  if (!EnvValue("WAYLAND_DISPLAY").empty() && OnPath("wl-copy") && OnPath("wl-paste")) {
+    ok = Copy({{"wl-copy", "--type", "text/plain;charset=utf-8"}, {"wl-paste", "--no-newline"}}, text, reason);
   } else if (!EnvValue("DISPLAY").empty()) {
     if (OnPath("xclip")) {
-      ok = RunHelper({"xclip", "-selection", "clipboard", "-in"}, text, reason);
+      ok = Copy({{"xclip", "-selection", "clipboard", "-in"}, {"xclip", "-selection", "clipboard", "-out"}}, text,
+                reason);
     } else if (OnPath("xsel")) {
-      ok = RunHelper({"xsel", "--clipboard", "--input"}, text, reason);
+      ok = Copy({{"xsel", "--clipboard", "--input"}, {"xsel", "--clipboard", "--output"}}, text, reason);
     } else {
       reason = "no clipboard program: install xclip or xsel";
     }
   } else if (!EnvValue("WAYLAND_DISPLAY").empty()) {
-    reason = "no clipboard program: install wl-clipboard (wl-copy)";
+    reason = "no clipboard program: install wl-clipboard (wl-copy, wl-paste)";
   } else {
     reason = "no desktop: neither WAYLAND_DISPLAY nor DISPLAY is set";
   }
