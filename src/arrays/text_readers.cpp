@@ -144,6 +144,10 @@ int16_t clsVantrove::Web_TextFileToArray(const Variant& strTextFile, Variant& va
   bool removeQuotes = false;
   try {
     path = CStr(strTextFile);
+  } catch (...) {
+    return -1;  // no usable path: nothing can be opened
+  }
+  try {
     delimiter = CStr(strDelimiter);
     removeQuotes = CBool(blnRemoveQuotes);
   } catch (...) {

@@ -1,6 +1,7 @@
 // Runs the built vantrove tool as a user would and reads what it prints.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -19,7 +20,8 @@ struct Outcome {
 
 // Runs `vantrove ARGS` with `input` on stdin; stderr is discarded.
 Outcome Vantrove(const std::string& args, const std::string& input = "") {
-  const std::string in = testing::TempDir() + "cli-input.txt";
+  // One input file per process: ctest -j runs tests of this file side by side.
+  const std::string in = testing::TempDir() + "cli-input-" + std::to_string(getpid()) + ".txt";
   std::ofstream(in, std::ios::binary) << input;
   const std::string cmd = std::string("'") + VANTROVE_CLI + "' " + args + " < '" + in + "' 2>/dev/null";
   Outcome r;

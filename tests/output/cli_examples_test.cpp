@@ -1,6 +1,7 @@
 // The writers driven through the built vantrove tool, as scripts drive them.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -14,7 +15,7 @@ namespace {
 using nlohmann::json;
 
 std::string Vantrove(const std::string& args, const std::string& input = "") {
-  const std::string in = testing::TempDir() + "output-cli-input.txt";
+  const std::string in = testing::TempDir() + "output-cli-input-" + std::to_string(getpid()) + ".txt";
   vantrove::testing_support::Spit(in, input);
   const std::string cmd = std::string("'") + VANTROVE_CLI + "' " + args + " < '" + in + "' 2>/dev/null";
   std::string out;
