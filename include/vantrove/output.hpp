@@ -3,6 +3,7 @@
 // that are written as a whole or not at all, and the desktop clipboard.
 
 #include <cstdint>
+#include <climits>
 #include <string>
 #include <string_view>
 
@@ -35,7 +36,19 @@ class clsConcat {
   // Buffer "" and used length 0.
   void ReInit();
   // Appends `s` by the rules above.
-  void SConcat(std::string_view s);
+  void SConcat(std::string_view s) {
+    // The common case inline: ASCII text that fits behind the written text.
+    unsigned char bits = 0;
+    for (char c : s) bits |= static_cast<unsigned char>(c);
+    const int64_t end = int64_t{used_} + static_cast<int64_t>(s.size());
+    if (bits < 0x80 && used_ == written_ && end < bufferLength_ && end <= INT32_MAX) {
+      text_.append(s);
+      written_ = end;
+      used_ = static_cast<int32_t>(end);
+      return;
+    }
+    Append(s);
+  }
   // The first used-length characters of the buffer (the whole buffer when it
   // is shorter); the buffer becomes "", the used length stays.
   std::string GetString();
@@ -46,6 +59,7 @@ class clsConcat {
   int64_t buffer_length() const { return bufferLength_; }
 
  private:
+  void Append(std::string_view s);
   void Write(int64_t position, std::string_view piece, int64_t pieceLength, int64_t fit);
 
   std::string text_;          // the buffer's first written_ characters, UTF-8
@@ -96,9 +110,27 @@ class OutputFile {
 // Writes `bytes` to `path` as a whole (Replace mode); raises as OutputFile does.
 void WriteWholeFile(const std::string& path, std::string_view bytes);
 
-// Reads a whole file for sequential input. Returns false when it cannot be
-// opened for reading (missing, a folder, no permission); read errors after
-// opening raise "Device I/O error" (57).
+// A whole file's bytes, for reading from start to end. A regular file is
+// mapped into memory (read-only, loaded at once); anything else is read.
+class InputFile {
+ public:
+  InputFile() = default;
+  ~InputFile();
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  // False when the file cannot be opened for reading (missing, a folder, no
+  // permission); read errors after opening raise "Device I/O error" (57).
+  bool Open(const std::string& path);
+  std::string_view bytes() const { return map_ ? std::string_view(map_, mapSize_) : std::string_view(read_); }
+
+ private:
+  char* map_ = nullptr;
+  size_t mapSize_ = 0;
+  std::string read_;
+};
+
+// Reads a whole file into `out`; false and raises as InputFile::Open does.
 bool ReadWholeFile(const std::string& path, std::string& out);
 
 // Splits text into lines as sequential line input does: a line ends at CR LF

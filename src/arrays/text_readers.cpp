@@ -87,21 +87,17 @@ std::string_view Unquoted(std::string_view f) {
   return f.substr(1, f.size() - 2);
 }
 
-// Opens and reads a whole file; false when it cannot be opened. A read error
-// after opening raises.
-bool ReadInput(const std::string& path, std::string& content) { return ReadWholeFile(path, content); }
-
 int16_t ReadDelimitedFile(const std::string& path, Variant& varArray, std::string delimiter, bool removeQuotes) {
-  std::string content;
+  InputFile input;
   try {
-    if (!ReadInput(path, content)) return -1;
+    if (!input.Open(path)) return -1;
   } catch (...) {
     return 0;
   }
   if (delimiter.empty()) delimiter.push_back(',');
   if (!varArray.IsArray()) return -2;
   return detail::Trapped([&]() -> int16_t {
-    const std::string_view text = WithoutByteOrderMark(content);
+    const std::string_view text = WithoutByteOrderMark(input.bytes());
     const CharDelimiter d(delimiter);
     // First pass: the number of lines and the most delimiters on one line.
     int64_t lines = 0;
@@ -157,16 +153,16 @@ int16_t clsVantrove::Web_TextFileToArray(const Variant& strTextFile, Variant& va
 }
 
 int16_t clsVantrove::TextFileToOneDArray(std::string& strTextFile, Variant& varArray) {
-  std::string content;
+  InputFile input;
   try {
-    if (!ReadInput(strTextFile, content)) return -1;
+    if (!input.Open(strTextFile)) return -1;
   } catch (...) {
     return 0;
   }
   if (!varArray.IsArray()) return -2;
   return detail::Trapped([&]() -> int16_t {
     std::vector<std::string_view> lines;
-    ForEachLine(WithoutByteOrderMark(content), [&](std::string_view line) { lines.push_back(line); });
+    ForEachLine(WithoutByteOrderMark(input.bytes()), [&](std::string_view line) { lines.push_back(line); });
     if (lines.empty()) return 1;
     if (lines.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max())) Raise(err::kOutOfMemory);
     SafeArray& a = varArray.array();

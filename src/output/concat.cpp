@@ -38,7 +38,7 @@ void clsConcat::ReInit() {
   used_ = 0;
 }
 
-void clsConcat::SConcat(std::string_view s) {
+void clsConcat::Append(std::string_view s) {
   const int64_t n = CharCount(s);
   const int64_t u = used_;
   const int64_t end = u + n;
