@@ -47,7 +47,7 @@ ValueKind KindOf(const Variant* first, size_t count, size_t stride) {
 
 int Sign(int c) { return c < 0 ? -1 : (c > 0 ? 1 : 0); }
 
-int CompareAs(ValueKind kind, const Variant& a, const Variant& b) {
+inline int CompareAs(ValueKind kind, const Variant& a, const Variant& b) {
   switch (kind) {
     case ValueKind::Strings: return Sign(a.get_if<std::string>()->compare(*b.get_if<std::string>()));
     case ValueKind::Numbers: {
@@ -61,11 +61,22 @@ int CompareAs(ValueKind kind, const Variant& a, const Variant& b) {
 
 // ---- One-dimensional ---------------------------------------------------------------
 
+// How a sort compares and swaps elements of one kind.
+template <ValueKind K>
+struct ElementOps {
+  static int Cmp(const Variant& a, const Variant& b) { return CompareAs(K, a, b); }
+  static void Swap(Variant& a, Variant& b) {
+    if constexpr (K == ValueKind::Strings) std::swap(a.str(), b.str());  // the strings trade places, no more
+    else std::swap(a, b);
+  }
+};
+
+template <class Ops>
 class VectorSorter {
  public:
-  VectorSorter(SafeArray& a, ValueKind kind)
+  explicit VectorSorter(SafeArray& a)
       : base_(a.dims() == 1 ? a.data().data() : nullptr), lo_(a.dims() >= 1 ? a.LBound(1) : 0),
-        hi_(a.dims() >= 1 ? a.UBound(1) : -1), kind_(kind) {}
+        hi_(a.dims() >= 1 ? a.UBound(1) : -1) {}
 
   // Element i; "Subscript out of range" outside the array or for an array
   // that is not one-dimensional.
@@ -74,13 +85,9 @@ class VectorSorter {
     return base_[i - lo_];
   }
 
-  int Cmp(int64_t i, int64_t j) { return CompareAs(kind_, At(i), At(j)); }
-  int CmpValue(int64_t i, const Variant& v) { return CompareAs(kind_, At(i), v); }
-  void Swap(int64_t i, int64_t j) {
-    Variant& a = At(i);
-    Variant& b = At(j);
-    std::swap(a, b);
-  }
+  int Cmp(int64_t i, int64_t j) { return Ops::Cmp(At(i), At(j)); }
+  int CmpValue(int64_t i, const Variant& v) { return Ops::Cmp(At(i), v); }
+  void Swap(int64_t i, int64_t j) { Ops::Swap(At(i), At(j)); }
 
   // Median-of-three quicksort that leaves ranges of up to five elements for
   // the insertion sort. The smaller part is sorted first by recursion, the
@@ -119,7 +126,7 @@ class VectorSorter {
       Variant x = std::move(At(i));
       int64_t j = i - 1;
       try {
-        while (j >= lo && CompareAs(kind_, At(j), x) > 0) {
+        while (j >= lo && Ops::Cmp(At(j), x) > 0) {
           At(j + 1) = std::move(At(j));
           --j;
         }
@@ -143,8 +150,15 @@ class VectorSorter {
  private:
   Variant* base_;
   int64_t lo_, hi_;
-  ValueKind kind_;
 };
+
+template <ValueKind K>
+void SortVector(SafeArray& a, int64_t lo, int64_t hi, bool descending) {
+  VectorSorter<ElementOps<K>> sorter(a);
+  sorter.QuickSort(lo, hi);
+  sorter.InsertionSort(lo, hi);
+  if (descending) sorter.Reverse(lo, hi);
+}
 
 // ---- Two-dimensional ---------------------------------------------------------------
 
@@ -330,12 +344,12 @@ int16_t clsVantrove::SortOneDArray(Variant& varArray, SortOrderType lngSortOrder
     if (lngSortOrder < 0 || lngSortOrder >= 2) lngSortOrder = dwgAscending;
     SafeArray& a = varArray.array();
     const int64_t lo = a.LBound(1), hi = a.UBound(1);
-    const ValueKind kind =
-        a.dims() == 1 ? KindOf(a.data().data(), a.data().size(), 1) : ValueKind::Mixed;
-    VectorSorter sorter(a, kind);
-    sorter.QuickSort(lo, hi);
-    sorter.InsertionSort(lo, hi);
-    if (lngSortOrder == dwgDescending) sorter.Reverse(lo, hi);
+    const bool descending = lngSortOrder == dwgDescending;
+    switch (a.dims() == 1 ? KindOf(a.data().data(), a.data().size(), 1) : ValueKind::Mixed) {
+      case ValueKind::Strings: SortVector<ValueKind::Strings>(a, lo, hi, descending); break;
+      case ValueKind::Numbers: SortVector<ValueKind::Numbers>(a, lo, hi, descending); break;
+      case ValueKind::Mixed: SortVector<ValueKind::Mixed>(a, lo, hi, descending); break;
+    }
     return 1;
   });
 }
