@@ -80,7 +80,8 @@ class clsConcat {
 //
 // Failures raise RuntimeError with the classic file error numbers: 76 path
 // not found, 70 permission denied, 75 path/file access error (a folder, a
-// read-only file system), 61 disk full, 57 device I/O error.
+// read-only file system), 61 disk full, 57 device I/O error. A target that is
+// not a regular file (a device, a pipe) is written directly.
 class OutputFile {
  public:
   enum class Mode { Replace, Append };
@@ -101,6 +102,7 @@ class OutputFile {
   std::string temp_;  // Replace mode: the file being written
   Mode mode_;
   int fd_ = -1;
+  bool direct_ = false;         // Replace mode on a device or pipe: written in place
   bool createdTarget_ = false;  // Append mode: the target did not exist
   int64_t originalSize_ = 0;    // Append mode: the target's length at opening
   std::string buffer_;

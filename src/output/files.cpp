@@ -80,7 +80,12 @@ OutputFile::OutputFile(const std::string& path, Mode mode) : mode_(mode) {
   struct stat st {};
   const bool exists = stat(target_.c_str(), &st) == 0;
   if (exists && S_ISDIR(st.st_mode)) Raise(err::kPathFileAccess, "Path/File access error: " + path + " is a folder");
-  if (mode_ == Mode::Replace) {
+  if (mode_ == Mode::Replace && exists && !S_ISREG(st.st_mode)) {
+    // A device or a pipe (/dev/stdout, a FIFO) is written to, not replaced.
+    fd_ = open(target_.c_str(), O_WRONLY | O_CLOEXEC);
+    if (fd_ < 0) RaiseOpenError(errno, path);
+    direct_ = true;
+  } else if (mode_ == Mode::Replace) {
     // A file that may not be written is not replaced either.
     if (exists && access(target_.c_str(), W_OK) != 0) RaiseOpenError(errno, path);
     fd_ = CreateBeside(target_, temp_);
@@ -124,7 +129,9 @@ void OutputFile::Commit() {
   const int fd = fd_;
   fd_ = -1;
   if (close(fd) != 0) RaiseWriteError(errno, target_);
-  if (mode_ == Mode::Replace && rename(temp_.c_str(), target_.c_str()) != 0) RaiseOpenError(errno, target_);
+  if (mode_ == Mode::Replace && !direct_ && rename(temp_.c_str(), target_.c_str()) != 0) {
+    RaiseOpenError(errno, target_);
+  }
   committed_ = true;
 }
 

@@ -121,6 +121,13 @@ TEST(OneDArrayToTextFile, WritesEachElementOnItsOwnLine) {
   EXPECT_EQ(Slurp(file), "x\r\n2\r\n\r\n");
 }
 
+TEST(TextFileWriters, DevicesAreWrittenNotReplaced) {
+  clsVantrove v;
+  EXPECT_EQ(v.TwoDArrayToTextFile(Grid(), "/dev/null"), 1);
+  EXPECT_EQ(v.OneDArrayToTextFile(Variant(SafeArray::Vector({"x"})), "/dev/null"), 1);
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+}
+
 TEST(TextFileWriters, ReplacingFollowsALinkAndKeepsTheFileMode) {
   TempFolder dir;
   clsVantrove v;
