@@ -75,6 +75,15 @@ void clsConcat::Write(int64_t position, std::string_view piece, int64_t pieceLen
 std::string clsConcat::GetString() {
   const int64_t want = std::min<int64_t>(used_, bufferLength_);
   std::string out;
+  if (want == written_ && text_.size() <= 4096) {
+    // Short texts (a line of a file) are copied out, so that the next text
+    // built in this instance reuses the room.
+    out = text_;
+    text_.clear();
+    written_ = 0;
+    bufferLength_ = 0;
+    return out;
+  }
   if (want == written_) {
     out = std::move(text_);
   } else if (want < written_) {
