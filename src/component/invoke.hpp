@@ -173,5 +173,7 @@ void RegisterComponentInvokers(InvokerTable& t);
 void RegisterDrawingInvokers(InvokerTable& t);
 // Saving, DXF export and edits by handle.
 void RegisterDrawingExportAndEditInvokers(InvokerTable& t);
+void RegisterOutputInvokers(InvokerTable& t);
+void RegisterArraysInvokers(InvokerTable& t);
 
 }  // namespace vantrove::detail

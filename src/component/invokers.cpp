@@ -8,6 +8,8 @@ InvokerTable Build() {
   InvokerTable t;
   RegisterComponentInvokers(t);
   RegisterDrawingInvokers(t);
+  RegisterOutputInvokers(t);
+  RegisterArraysInvokers(t);
   return t;
 }
 }  // namespace
