@@ -1,0 +1,147 @@
+// vantrove: the command-line tool.
+//   vantrove methods [--json]    the interface, in order
+//   vantrove enums [--json]      the enumerations
+//   vantrove call METHOD [ARG]   one call; each ARG is JSON
+//   vantrove rpc                 one JSON request per line on stdin
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <iostream>
+#include <string>
+
+#include "session.hpp"
+#include "vantrove/component.hpp"
+
+namespace {
+
+using nlohmann::json;
+using namespace vantrove;
+
+std::string Dump(const json& j) { return j.dump(-1, ' ', false, json::error_handler_t::replace); }
+
+json ParamJson(const ParamInfo& p) {
+  json j{{"name", p.name}, {"type", p.type.name}, {"byref", p.byRef}, {"optional", p.optional}};
+  if (p.paramArray) j["paramarray"] = true;
+  if (p.declaredDefault) {
+    cli::ObjectTable none;
+    j["default"] = cli::ToJson(*p.declaredDefault, none);
+  }
+  return j;
+}
+
+int ListMethods(bool asJson) {
+  json all = json::array();
+  for (const MethodInfo& m : InterfaceMethods()) {
+    const bool available = clsVantrove::IsImplemented(m.position);
+    if (asJson) {
+      json params = json::array();
+      for (const ParamInfo& p : m.params) params.push_back(ParamJson(p));
+      char dispid[16];
+      std::snprintf(dispid, sizeof dispid, "0x%08X", static_cast<unsigned>(m.dispid));
+      all.push_back({{"position", m.position},
+                     {"dispid", dispid},
+                     {"name", m.name},
+                     {"returns", m.result.name},
+                     {"params", params},
+                     {"help", m.help},
+                     {"available", available}});
+    } else {
+      std::printf("%3d  0x%08X  %-8s %s%s\n", m.position, static_cast<unsigned>(m.dispid),
+                  m.result.kind == TypeKind::None ? "-" : m.result.name.c_str(), m.Signature().c_str(),
+                  available ? "" : "  [not available in this build]");
+    }
+  }
+  if (asJson) std::cout << Dump(all) << '\n';
+  return 0;
+}
+
+int ListEnums(bool asJson) {
+  json all = json::array();
+  for (const EnumInfo& e : Enumerations()) {
+    if (asJson) {
+      json constants = json::array();
+      for (const EnumConstant& c : e.constants) constants.push_back({{"name", c.name}, {"value", c.value}});
+      all.push_back({{"name", e.name}, {"constants", constants}});
+    } else {
+      std::printf("Enum %s\n", std::string(e.name).c_str());
+      for (const EnumConstant& c : e.constants) std::printf("  %s = %d\n", std::string(c.name).c_str(), c.value);
+    }
+  }
+  if (asJson) std::cout << Dump(all) << '\n';
+  return 0;
+}
+
+int Call(const std::string& method, const std::vector<std::string>& rawArgs) {
+  json request{{"method", method}, {"params", json::array()}};
+  for (size_t i = 0; i < rawArgs.size(); ++i) {
+    try {
+      request["params"].push_back(json::parse(rawArgs[i]));
+    } catch (const json::parse_error& e) {
+      std::cerr << "vantrove call: argument " << (i + 1) << " is not JSON: " << rawArgs[i]
+                << " (strings need quotes, e.g. '\"text\"')\n";
+      return 2;
+    }
+  }
+  cli::Session session;
+  const json answer = session.Handle(request);
+  if (answer.contains("error")) {
+    std::cerr << "vantrove call: " << method << ": error " << answer["error"]["number"].get<int>() << ": "
+              << answer["error"]["description"].get<std::string>() << '\n';
+    return 1;
+  }
+  std::cout << Dump(answer) << '\n';
+  return 0;
+}
+
+int Rpc() {
+  cli::Session session;
+  std::string line;
+  while (std::getline(std::cin, line)) {
+    if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
+    json answer;
+    try {
+      answer = session.Handle(json::parse(line));
+    } catch (const json::parse_error& e) {
+      answer = {{"error", {{"number", 5}, {"description", std::string("malformed JSON: ") + e.what()}}}};
+    }
+    std::cout << Dump(answer) << '\n' << std::flush;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app{"Vantrove: AutoCAD drawings and tabular data from the command line."};
+  app.require_subcommand(1);
+  bool json = false;
+
+  auto* methods = app.add_subcommand("methods", "List the interface of clsVantrove: position, DISPID, result, name, parameters.");
+  methods->add_flag("--json", json, "Print JSON instead of declarations");
+  auto* enums = app.add_subcommand("enums", "List the public enumerations and their constants.");
+  enums->add_flag("--json", json, "Print JSON instead of text");
+
+  std::string method;
+  auto* call = app.add_subcommand("call", "Call one method; every ARG is JSON. Prints the result and the arguments after the call.");
+  call->add_option("method", method, "Method name, e.g. Version")->required();
+  call->prefix_command();
+  call->footer(
+      "Examples:\n"
+      "  vantrove call Version\n"
+      "  vantrove call FileExists '\"/tmp\"'\n"
+      "  vantrove call TwoDArrayToText '[[\"a\",\"b\"],[\"c\",\"d\"]]' '\"\"' '\",\"' '\";\"' true\n"
+      "JSON forms: null is Null, {\"missing\":true} leaves an optional argument out, nested lists are 2-D arrays.");
+
+  auto* rpc = app.add_subcommand("rpc", "Serve one object: read one JSON request per line on stdin, answer one line each.");
+  rpc->footer(
+      "Request: {\"id\":1,\"method\":\"FileExists\",\"params\":[\"/tmp\"]}\n"
+      "Answer:  {\"id\":1,\"result\":true,\"params\":[\"/tmp\"]}\n"
+      "Objects: {\"method\":\"$create\",\"params\":[\"Dictionary\"]} answers {\"result\":{\"object\":1,...}};\n"
+      "         pass {\"object\":1} as a parameter; $call/$get/$set/$release work on it.");
+
+  CLI11_PARSE(app, argc, argv);
+  if (*methods) return ListMethods(json);
+  if (*enums) return ListEnums(json);
+  if (*call) return Call(method, call->remaining());
+  if (*rpc) return Rpc();
+  return 2;
+}

@@ -1,0 +1,142 @@
+#pragma once
+// clsVantrove: the automation class. One instance owns one drawing component
+// (the drawing engine) and at most one open drawing. Public methods never
+// throw; they report through their results.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vantrove/dispatch.hpp"
+#include "vantrove/enums.hpp"
+#include "vantrove/runtime.hpp"
+
+namespace vantrove::engine {
+class DrawingComponent;
+}
+
+namespace vantrove {
+
+// Where message boxes and questions go. The host sets one; the default
+// writes one line to stderr and answers every question No.
+class MessageSink {
+ public:
+  virtual ~MessageSink() = default;
+  // A message box with an OK button; `style` uses the classic codes
+  // (48 exclamation, 32 question, ...).
+  virtual void Show(std::string_view title, std::string_view text, int style) = 0;
+  // A yes/no question; true for Yes.
+  virtual bool AskYesNo(std::string_view title, std::string_view text) {
+    (void)title;
+    (void)text;
+    return false;
+  }
+};
+
+void SetMessageSink(std::shared_ptr<MessageSink> sink);  // nullptr restores the default
+MessageSink& CurrentMessageSink();
+
+inline constexpr int kExclamationStyle = 48;
+
+// Hooks that decide how construction finds and creates the drawing
+// component. Hosts leave them alone; tests use them to make the component
+// file missing or its creation fail.
+struct ComponentEnvironment {
+  // The folder the component file is looked for in; default: the folder of
+  // the loaded engine module.
+  std::optional<std::string> systemFolder;
+  // Creates the component; may throw RuntimeError to report a failure.
+  std::function<std::unique_ptr<engine::DrawingComponent>()> factory;
+};
+void SetComponentEnvironment(ComponentEnvironment env);
+void ResetComponentEnvironment();
+
+// The Linux meaning of a shell special folder (CSIDL number): 37, the system
+// folder, is the folder of the drawing engine module; the others map to the
+// XDG folders of the user (see docs/platform.md). "" when unknown.
+std::string GetSpecialFolderPath(int32_t csidl);
+// The text up to (not including) its first NUL, or all of it.
+std::string StripAtNull(std::string_view text);
+// major.minor.revision of a four-part version record.
+std::string FormatVersionRecord(int major, int minor, int build, int revision);
+// The file the component is looked for under in the system folder.
+std::string ComponentFileName();
+
+class clsVantrove {
+ public:
+  clsVantrove();
+  ~clsVantrove();
+  clsVantrove(const clsVantrove&) = delete;
+  clsVantrove& operator=(const clsVantrove&) = delete;
+
+  // ---- Late binding -------------------------------------------------------
+  // Calls a method by name or dispatch identifier. Left-out optional
+  // arguments (absent or the missing marker) get their declared defaults;
+  // by-reference results are written back into `args`.
+  InvokeResult Invoke(std::string_view name, std::vector<Variant>& args) noexcept;
+  InvokeResult Invoke(int32_t dispid, std::vector<Variant>& args) noexcept;
+  // True when the method's implementation is available in this build.
+  static bool IsImplemented(int position);
+
+  // ---- Component frame ----------------------------------------------------
+  std::string Version();
+  bool FileExists(Variant& strFile);
+
+  // ---- Drawing lifecycle ----------------------------------------------------
+  // Each answers "OK" when the component reports success, otherwise the
+  // component's own status text (see docs/platform.md for the open checks).
+  std::string OpenDrawing(std::string strFile, const std::string& strPassword = "");
+  std::string Web_OpenDrawing(Variant strFile, Variant& strPassword);
+  std::string CloseDrawing();
+  std::string Web_CloseDrawing();
+  std::string SaveDrawing(const std::string& strDWGfile, SaveAutoCADversionType lngVersion = dwgSaveAsDefault);
+  std::string Web_SaveDrawing(Variant& strDWGfile, Variant& lngVersion);
+
+  // ---- Drawing export -------------------------------------------------------
+  std::string CreateDXF(const std::string& strDXFfile, int16_t intPrecision = 0,
+                        AutoCADversionType lngVersion = dwgVersion2004);
+  std::string Web_CreateDXF(Variant& strDXFfile, Variant intPrecision, Variant& lngVersion);
+  std::string CreateXML(const std::string& strXMLFile, int16_t intBlocks = 0, int16_t intAttributeDefinitions = 0,
+                        int16_t intExternalReferences = 0, int16_t intLayers = 0, int16_t intLayouts = 0,
+                        int16_t intSystemVariables = 0, int16_t intImages = 0, int16_t intText = 0);
+  std::string Web_CreateXML(Variant& strXMLFile, Variant& intBlocks, Variant& intAttributeDefinitions,
+                            Variant& intExternalReferences, Variant& intLayers, Variant& intLayouts,
+                            Variant& intSystemVariables, Variant& intImages, Variant& intText);
+
+  // ---- Object edits by handle -------------------------------------------------
+  std::string DeleteObject(const std::string& strTextHandle);
+  std::string Web_DeleteObject(Variant& strTextHandle);
+  std::string UpdateBlockAttribute(const std::string& strAttributeValue, const std::string& strAttributeHandle);
+  std::string Web_UpdateBlockAttribute(Variant& strAttributeValue, Variant& strAttributeHandle);
+  std::string UpdateText(const std::string& strTextValue, const std::string& strTextHandle);
+  std::string Web_UpdateText(Variant& strTextValue, Variant& strTextHandle);
+  std::string SetImagePath(const std::string& strImageFile, const std::string& strImageHandle);
+  std::string Web_SetImagePath(Variant& strImageFile, Variant& strImageHandle);
+  std::string SetLayerState(const std::string& strLayerName, LayerStateType lngState, LayerModeType lngMode);
+  std::string Web_SetLayerState(Variant& strLayerName, Variant& lngState, Variant& lngMode);
+  std::string SetReferenceFilePath(const std::string& strReferenceFilePath, const std::string& strReferenceName);
+  std::string Web_SetReferenceFilePath(Variant& strReferenceFilePath, Variant& strReferenceName);
+
+  // ---- Instance state, for the drawing methods and tests -------------------
+  bool drawing_open() const { return drawingOpen_; }
+  bool component_missing() const { return componentMissing_; }
+  engine::DrawingComponent* component() { return component_.get(); }
+
+ private:
+  // Runs one component operation with errors suppressed, then reports the
+  // component's status: "OK", or its text.
+  template <class Operation>
+  std::string DrawingOperation(Operation&& op);
+  std::string StatusStep();
+  std::string OpenWith(const std::string& file, const std::string& password, bool web);
+
+  std::unique_ptr<engine::DrawingComponent> component_;
+  bool drawingOpen_ = false;
+  bool componentMissing_ = false;
+};
+
+}  // namespace vantrove

@@ -1,0 +1,19 @@
+// The members that this build implements, area by area.
+#include "invoke.hpp"
+
+namespace vantrove::detail {
+
+namespace {
+InvokerTable Build() {
+  InvokerTable t;
+  RegisterComponentInvokers(t);
+  return t;
+}
+}  // namespace
+
+const InvokerTable& Invokers() {
+  static const InvokerTable table = Build();
+  return table;
+}
+
+}  // namespace vantrove::detail
