@@ -35,6 +35,7 @@ from multiprocessing import Pool
 
 import ezdxf
 from ezdxf import recover
+from ezdxf.tools.text import plain_mtext
 
 ESCAPE = re.compile(r"\\U\+([0-9A-Fa-f]{4})")
 OTHER_PAPER = re.compile(r"^\*Paper_Space\d+$", re.IGNORECASE)
@@ -98,7 +99,7 @@ def facts(doc, r12_view):
         if r12_view and OTHER_PAPER.match(name):
             continue
         if block.block.dxf.flags & 4:
-            out["xrefs"][name.lower()] = norm(block.block.dxf.get("xref_path", ""))
+            out["xrefs"][symbol(name, r12_view)] = norm(block.block.dxf.get("xref_path", ""))
         is_layout = block.is_any_layout
         for e in block:
             kind = e.dxftype()
@@ -130,7 +131,7 @@ def audit_codes(doc):
         return {"audit-crash"}, [("audit-crash", str(exc)[:200])]
 
 
-def expected(source, edits):
+def expected(source, edits, r12_view):
     exp = json.loads(json.dumps({k: v for k, v in source.items() if k not in ("counts", "dimensions")}))
     exp["counts"] = Counter(source["counts"])
     for handle, value in edits.get("texts", {}).items():
@@ -138,11 +139,11 @@ def expected(source, edits):
     for handle, value in edits.get("mtexts", {}).items():
         exp["mtexts"][handle] = norm(value)
     for name, state in edits.get("layers", {}).items():
-        exp["layers"][symbol(name, False)] = state
+        exp["layers"][symbol(name, r12_view)] = state
     for handle, path in edits.get("images", {}).items():
         exp["images"][handle] = norm(path)
     for name, path in edits.get("xrefs", {}).items():
-        exp["xrefs"][name.lower()] = norm(path)
+        exp["xrefs"][symbol(name, r12_view)] = norm(path)
     return exp
 
 
@@ -160,7 +161,7 @@ def attrib_handles(doc):
 def compare(case, src_doc, src_facts, src_codes, out_doc, out_facts, out_codes, problems):
     r12 = case.get("r12", False)
     edits = case.get("edits", {})
-    exp = expected(src_facts, edits)
+    exp = expected(src_facts, edits, r12)
     deleted = {h.upper() for h in edits.get("deleted", [])}
     where = attrib_handles(src_doc)
     for handle, value in edits.get("attribs", {}).items():
@@ -208,7 +209,10 @@ def compare(case, src_doc, src_facts, src_codes, out_doc, out_facts, out_codes, 
         if got != text:
             problems.append(f"text {handle}: {got!r}, expected {text!r}")
     if r12:
-        for handle, lines in src_facts["mtext_lines"].items():
+        mtext_lines = dict(src_facts["mtext_lines"])
+        for handle, value in edits.get("mtexts", {}).items():
+            mtext_lines[handle] = [norm(x) for x in plain_mtext(value).split("\n") if norm(x)]
+        for handle, lines in mtext_lines.items():
             if handle in deleted or not lines:
                 continue
             got = out_facts["texts"].get(handle)
