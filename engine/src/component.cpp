@@ -8,6 +8,7 @@
 
 #include "vantrove/engine/description.hpp"
 #include "vantrove/engine/document.hpp"
+#include "vantrove/engine/dwg_reader.hpp"
 #include "vantrove/engine/dxf_reader.hpp"
 #include "vantrove/engine/dxf_writer.hpp"
 #include "vantrove/engine/edits.hpp"
@@ -71,12 +72,8 @@ void DrawingComponent::OpenDrawing(int32_t& result, const std::string& path_in, 
       impl_->Set(Status::Error(StatusCode::kInvalidFileType, "Invalid file type, the file must be a .dwg or .dxf drawing: " + path));
       return;
     }
-    if (extension == ".dwg") {
-      impl_->Set(Status::Error(StatusCode::kDwgNotSupported, "Reading DWG files is not supported yet: " + path));
-      return;
-    }
     auto document = std::make_unique<Document>();
-    Status status = ReadDxfFile(path, *document);
+    Status status = extension == ".dwg" ? ReadDwgFile(path, *document) : ReadDxfFile(path, *document);
     impl_->Set(status);
     if (!status.ok()) return;
     impl_->document = std::move(document);

@@ -1,6 +1,7 @@
 // Runs the built vantrove tool as a user would and reads what it prints.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -19,7 +20,11 @@ struct Outcome {
 
 // Runs `vantrove ARGS` with `input` on stdin; stderr is discarded.
 Outcome Vantrove(const std::string& args, const std::string& input = "") {
-  const std::string in = testing::TempDir() + "cli-input.txt";
+  // Tests run in parallel processes: each run gets its own input file.
+  std::string in = testing::TempDir() + "vantrove-cli-XXXXXX";
+  const int fd = mkstemp(in.data());
+  if (fd < 0) return {};
+  close(fd);
   std::ofstream(in, std::ios::binary) << input;
   const std::string cmd = std::string("'") + VANTROVE_CLI + "' " + args + " < '" + in + "' 2>/dev/null";
   Outcome r;
@@ -29,6 +34,7 @@ Outcome Vantrove(const std::string& args, const std::string& input = "") {
   size_t n;
   while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) r.out.append(buf.data(), n);
   const int st = pclose(p);
+  std::remove(in.c_str());
   r.status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
   return r;
 }

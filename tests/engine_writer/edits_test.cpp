@@ -252,3 +252,30 @@ TEST_F(Edits, SaveChecksTypeVersionAndFolder) {
 
 }  // namespace
 }  // namespace vantrove::engine
+
+namespace vantrove::engine {
+namespace {
+
+TEST(DwgDrawings, AreNotWrittenAsDxfYet) {
+  const std::filesystem::path dwg = std::filesystem::path(VANTROVE_SHARED_DIR) / "corpus" / "dwg" / "ldwg_example_2000.dwg";
+  if (!std::filesystem::exists(dwg)) GTEST_SKIP() << "corpus not present";
+  DrawingComponent component;
+  int32_t result = 0;
+  component.OpenDrawing(result, dwg.string(), "");
+  std::string status;
+  component.LastStatus(status);
+  ASSERT_EQ(result, 1) << status;
+  testing::TempDir dir;
+  const std::string target = (dir / "from_dwg.dxf").string();
+  component.SaveAs(target, 2018);
+  component.LastStatus(status);
+  EXPECT_EQ(status, "1408:Writing a drawing read from a DWG file as DXF is not supported yet: " + target);
+  EXPECT_FALSE(std::filesystem::exists(target));
+  // Edits still work on it.
+  component.SetLayerState("0", 2, 1);
+  component.LastStatus(status);
+  EXPECT_EQ(status, "1000:Ok");
+}
+
+}  // namespace
+}  // namespace vantrove::engine

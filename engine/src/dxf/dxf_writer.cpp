@@ -1449,6 +1449,10 @@ Status WriteDxf(const Document& document, const DxfWriteOptions& options, DxfSin
     return Status::Error(StatusCode::kInvalidPrecision, "Invalid decimal precision " +
                                                             std::to_string(options.precision) + " (0 to 16): " + name);
   }
+  if (document.format == DrawingFormat::kDwg) {
+    return Status::Error(StatusCode::kDwgToDxfNotSupported,
+                         "Writing a drawing read from a DWG file as DXF is not supported yet: " + name);
+  }
   std::string_view target = AcadVersionOfCode(options.version);
   const int source_rank = VersionRank(document.version);
   std::string keep_version;
@@ -1514,7 +1518,8 @@ Status WriteDxfToString(const Document& document, const DxfWriteOptions& options
 }
 
 Status WriteDxfFile(const Document& document, const DxfWriteOptions& options, const std::string& path) {
-  if (!IsWritableVersionCode(options.version) || options.precision < 0 || options.precision > 16) {
+  if (!IsWritableVersionCode(options.version) || options.precision < 0 || options.precision > 16 ||
+      document.format == DrawingFormat::kDwg) {
     std::string ignored;
     StringSink sink(ignored);
     return WriteDxf(document, options, sink, path);  // reports the bad option without touching the disk

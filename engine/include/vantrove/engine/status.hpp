@@ -38,6 +38,7 @@ enum class StatusCode : int {
   kDwgWriteNotSupported = 1405,
   kInvalidSaveType = 1406,
   kInvalidPrecision = 1407,
+  kDwgToDxfNotSupported = 1408,  // the drawing was read from DWG: its records have no DXF form yet
   kNotAvailable = 1900,
 };
 

@@ -1,0 +1,109 @@
+// The model a DWG file gives: structure (which block holds what, attributes
+// after their insert, each entity once), source bytes that still pass their
+// check value, and the fields converted to the model's units.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+#include <string>
+
+#include "dwg/checksum.hpp"
+#include "vantrove/engine/dwg_reader.hpp"
+
+namespace vantrove::engine {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path Dwg(const std::string& name) { return fs::path(VANTROVE_SHARED_DIR) / "corpus" / "dwg" / name; }
+
+class DwgModel : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(DwgModel, StructureIsConsistent) {
+  const fs::path path = Dwg(GetParam());
+  if (!fs::exists(path)) GTEST_SKIP() << "corpus not available: " << path;
+  Document doc;
+  ASSERT_TRUE(ReadDwgFile(path.string(), doc).ok());
+  // Each entity sits in exactly one block, and knows it.
+  std::set<const Entity*> seen;
+  for (const Block* block : doc.blocks) {
+    for (const Entity* entity : block->entities) {
+      EXPECT_TRUE(seen.insert(entity).second) << FormatHandle(entity->handle) << " listed twice";
+      EXPECT_EQ(entity->block, block) << FormatHandle(entity->handle);
+      EXPECT_FALSE(entity->layer.empty()) << FormatHandle(entity->handle) << " has no layer";
+    }
+  }
+  // Attributes follow their insert in the block's list and point back.
+  size_t attribs = 0;
+  for (const Block* block : doc.blocks) {
+    for (size_t i = 0; i < block->entities.size(); ++i) {
+      if (block->entities[i]->kind() != ObjectKind::kInsert) continue;
+      const auto* insert = static_cast<const Insert*>(block->entities[i]);
+      EXPECT_FALSE(insert->block_name.empty());
+      EXPECT_NE(doc.FindBlock(insert->block_name), nullptr) << insert->block_name;
+      for (size_t k = 0; k < insert->attribs.size(); ++k) {
+        ++attribs;
+        EXPECT_EQ(insert->attribs[k]->insert, insert);
+        ASSERT_LT(i + 1 + k, block->entities.size());
+        EXPECT_EQ(block->entities[i + 1 + k], insert->attribs[k]);
+      }
+      if (insert->attributes_follow) {
+        EXPECT_NE(insert->seqend, nullptr) << FormatHandle(insert->handle);
+      }
+    }
+  }
+  EXPECT_GT(attribs, 0u);
+  // Every layout shows a block; model space is the Model layout's.
+  for (const Layout* layout : doc.layouts) EXPECT_NE(layout->block, nullptr) << layout->name;
+  ASSERT_FALSE(doc.layouts.empty());
+  EXPECT_EQ(doc.layouts.front()->name, "Model");
+  EXPECT_EQ(doc.layouts.front()->block, doc.model_space());
+}
+
+TEST_P(DwgModel, SourceBytesPassTheirCheckValue) {
+  const fs::path path = Dwg(GetParam());
+  if (!fs::exists(path)) GTEST_SKIP() << "corpus not available: " << path;
+  Document doc;
+  ASSERT_TRUE(ReadDwgFile(path.string(), doc).ok());
+  size_t checked = 0;
+  for (const auto& object : doc.all_objects()) {
+    const DwgSource* source = DwgSourceOf(*object);
+    if (source == nullptr) continue;
+    const auto* bytes = reinterpret_cast<const uint8_t*>(source->bits.data());
+    const size_t n = source->bits.size();
+    ASSERT_GE(n, 4u);
+    const uint16_t stored = static_cast<uint16_t>(bytes[n - 2] | (bytes[n - 1] << 8));
+    EXPECT_EQ(dwg::Crc16(0xC0C1, bytes, n - 2), stored) << FormatHandle(object->handle);
+    ++checked;
+  }
+  EXPECT_GT(checked, 100u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Versions, DwgModel,
+                         ::testing::Values("ldwg_example_r13.dwg", "ldwg_example_r14.dwg", "ldwg_example_2000.dwg",
+                                           "ldwg_example_2004.dwg", "ldwg_example_2010.dwg", "ldwg_example_2013.dwg",
+                                           "ldwg_example_2018.dwg", "acs_sample_AC1032.dwg"));
+
+TEST(DwgModelFields, AnglesInDegreesAndNamesResolved) {
+  const fs::path path = Dwg("ldwg_example_2000.dwg");
+  if (!fs::exists(path)) GTEST_SKIP() << "corpus not available: " << path;
+  Document doc;
+  ASSERT_TRUE(ReadDwgFile(path.string(), doc).ok());
+  const Object* object = doc.Find(Handle{0x756});
+  ASSERT_NE(object, nullptr);
+  ASSERT_EQ(object->kind(), ObjectKind::kInsert);
+  const auto* insert = static_cast<const Insert*>(object);
+  EXPECT_NEAR(insert->rotation, 311.347, 0.01);  // stored as 5.43398 radians
+  EXPECT_EQ(insert->block_name, "bloko");
+  EXPECT_NEAR(insert->scale.x, 3256.52, 0.01);
+  const Layer* layer = doc.FindLayer("Tavolo 3");
+  ASSERT_NE(layer, nullptr);
+  EXPECT_EQ(layer->color, 4);
+  EXPECT_FALSE(layer->linetype.empty());
+  EXPECT_EQ(doc.codepage, "ANSI_1252");
+  EXPECT_EQ(doc.HeaderText("$ACADVER"), "AC1015");
+}
+
+}  // namespace
+}  // namespace vantrove::engine
