@@ -59,7 +59,9 @@ TEST(Component, OpenChecksPathTypeAndContent) {
 
   std::ofstream(dir / "PLAN.DWG") << "AC1018";
   component.OpenDrawing(result, (dir / "PLAN.DWG").string(), "");
-  EXPECT_EQ(StatusOf(component), "1203:Reading DWG files is not supported yet: " + (dir / "PLAN.DWG").string());
+  // An upper-case extension reaches the DWG reader, which finds the file cut short.
+  EXPECT_EQ(StatusOf(component).rfind("1202:", 0), 0u) << StatusOf(component);
+  EXPECT_NE(StatusOf(component).find("truncated"), std::string::npos) << StatusOf(component);
 
   std::ofstream(dir / "bad.DXF") << "  0\nSECTION\n  2\nENTITIES\n  0\nTEXT\nxx\n";
   component.OpenDrawing(result, (dir / "bad.DXF").string(), "");
