@@ -10,6 +10,7 @@ InvokerTable Build() {
   RegisterDrawingInvokers(t);
   RegisterOutputInvokers(t);
   RegisterArraysInvokers(t);
+  RegisterDrawingExportAndEditInvokers(t);
   return t;
 }
 }  // namespace
