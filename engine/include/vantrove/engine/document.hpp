@@ -1,0 +1,148 @@
+#pragma once
+// The drawing model: one open drawing with all its objects.
+//
+// How a reader fills it (the DXF reader does exactly this; a DWG reader
+// does the same with the records it decodes):
+//  1. Set `format`, `version` ($ACADVER text, e.g. "AC1032"), `codepage`
+//     and `source_path`. Text handed to the model is UTF-8.
+//  2. Keep the bytes that views point into alive with AdoptBuffer, or copy
+//     text into the arena with StoreText; store group lists with
+//     StoreGroups (each object's `groups` is its source form, empty when
+//     the reader has none, e.g. a DWG object decoded straight to fields).
+//  3. Add header variables to `header`, in file order.
+//  4. Create each record as its typed class (Layer, Block, Insert, ...) or
+//     as a plain Object/Entity for anything else, fill its fields, and hand
+//     it to Add() in file order: Add assigns element_id and takes ownership.
+//     Then put it where it belongs: CLASS records in `classes`, table
+//     entries in their `tables` entry, BLOCK/ENDBLK and the entities between
+//     them in `blocks` (Block::entities, Block::end), ENTITIES-section
+//     entities in `entities`, OBJECTS-section records in `objects_section`.
+//     ATTRIB and SEQEND stay in the entity lists in file order; the reader
+//     also records them in Insert::attribs / Insert::seqend.
+//  5. Call Finish(): it indexes handles, gives handles to records that had
+//     none, links block records, blocks, layouts and image definitions,
+//     attaches ENTITIES-section entities to their layout block, and adds the
+//     defaults a drawing always has when the file lacks them (layer "0",
+//     *Model_Space and *Paper_Space blocks, the Model and Layout1 layouts).
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "vantrove/engine/groups.hpp"
+#include "vantrove/engine/handle.hpp"
+#include "vantrove/engine/objects.hpp"
+
+namespace vantrove::engine {
+
+enum class DrawingFormat : uint8_t { kNone, kDxfAscii, kDxfBinary, kDwg };
+
+struct HeaderVariable {
+  std::string_view name;   // "$ACADVER"
+  GroupSpan values;        // the groups after the 9 group, in order
+};
+
+// One symbol table (LAYER, LTYPE, STYLE, BLOCK_RECORD, ...).
+struct Table {
+  std::string_view name;          // "LAYER"
+  Object* head = nullptr;         // the TABLE record (its groups hold the table's own data)
+  std::vector<Object*> records;   // entries in file order (typed where known)
+  Object* end = nullptr;          // ENDTAB
+};
+
+// A section the engine does not interpret (THUMBNAILIMAGE, ACDSDATA, ...).
+struct RawSection {
+  std::string_view name;
+  GroupSpan groups;               // everything between the name and ENDSEC
+};
+
+class Document {
+ public:
+  Document();
+  ~Document();
+  Document(const Document&) = delete;
+  Document& operator=(const Document&) = delete;
+
+  // --- what was read -------------------------------------------------
+  std::string source_path;
+  DrawingFormat format = DrawingFormat::kNone;
+  std::string version;            // $ACADVER, "AC1009" .. "AC1032"
+  std::string codepage;           // $DWGCODEPAGE as written, e.g. "ANSI_1252"
+  std::vector<std::string> warnings;  // what was repaired or skipped while reading
+
+  // --- storage -------------------------------------------------------
+  std::string_view StoreText(std::string_view text) { return text_.Store(text); }
+  TextArena& text_arena() { return text_; }
+  GroupSpan StoreGroups(GroupSpan groups) { return groups_.Store(groups); }
+  void AdoptBuffer(std::unique_ptr<char[]> buffer) { buffers_.push_back(std::move(buffer)); }
+
+  // Takes ownership; assigns element_id (the reading position).
+  template <class T>
+  T* Add(std::unique_ptr<T> object) {
+    T* raw = object.get();
+    raw->element_id = static_cast<uint32_t>(all_.size());
+    all_.push_back(std::move(object));
+    return raw;
+  }
+  const std::vector<std::unique_ptr<Object>>& all_objects() const { return all_; }
+
+  // --- structure, in file order --------------------------------------
+  std::vector<std::string_view> section_order;  // "HEADER", "CLASSES", ... as met
+  std::vector<HeaderVariable> header;
+  std::vector<Object*> classes;
+  std::vector<Table> tables;
+  std::vector<Block*> blocks;
+  std::vector<Entity*> entities;          // the ENTITIES section
+  std::vector<Object*> objects_section;   // the OBJECTS section
+  std::vector<RawSection> raw_sections;
+
+  // --- typed views, filled by Finish() --------------------------------
+  std::vector<Layer*> layers;             // LAYER table order
+  std::vector<BlockRecord*> block_records;
+  std::vector<Layout*> layouts;           // sorted by tab order
+  std::vector<ImageDef*> image_defs;
+
+  // Links records and builds the handle index (see the note at the top).
+  void Finish();
+
+  // --- look-ups -------------------------------------------------------
+  Object* Find(Handle handle) const;
+  Object* Find(std::string_view hex_handle) const;
+  const HeaderVariable* FindHeader(std::string_view name) const;
+  // The first value of a header variable, or "" when absent.
+  std::string_view HeaderText(std::string_view name) const;
+  // Symbol names compare case-insensitively (ASCII), as the CAD program does.
+  Layer* FindLayer(std::string_view name) const;
+  Block* FindBlock(std::string_view name) const;
+  Block* model_space() const { return model_space_; }
+  // The paper space block of the active layout (its entities sit in the
+  // ENTITIES section of a DXF file).
+  Block* paper_space() const { return paper_space_; }
+  // Layout that shows a block (model space, a paper space), or nullptr for
+  // an ordinary block definition.
+  Layout* LayoutOf(const Block* block) const;
+  Handle next_handle() const { return next_handle_; }
+
+ private:
+  void IndexHandles();
+  Handle AssignHandle(Object* object);
+  void LinkBlocks();
+  void LinkLayouts();
+  void AddMissingDefaults();
+
+  TextArena text_;
+  GroupPool groups_;
+  std::vector<std::unique_ptr<char[]>> buffers_;
+  std::vector<std::unique_ptr<Object>> all_;
+  // (handle, index into all_) sorted by handle.
+  std::vector<std::pair<Handle, uint32_t>> handle_index_;
+  std::unordered_map<std::string, Block*> blocks_by_name_;  // lower-case names
+  Block* model_space_ = nullptr;
+  Block* paper_space_ = nullptr;
+  Handle next_handle_ = 1;
+};
+
+}  // namespace vantrove::engine

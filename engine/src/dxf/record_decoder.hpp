@@ -1,0 +1,21 @@
+#pragma once
+// Creates the typed object for a DXF record and fills its fields from the
+// record's groups. Unknown record types become plain Objects/Entities that
+// only know their handle, owner, layer and space.
+
+#include <memory>
+#include <string_view>
+
+#include "vantrove/engine/objects.hpp"
+
+namespace vantrove::engine::dxf {
+
+// A new object for record type `type` as met in `section` (entities in the
+// BLOCKS and ENTITIES sections, table entries, objects...).
+std::unique_ptr<Object> MakeObject(std::string_view type, Section section);
+
+// Fills the typed fields of `object` from its groups (already stored). Text
+// values that span several groups (MTEXT) are joined into `arena`.
+void DecodeFields(Object& object, TextArena& arena);
+
+}  // namespace vantrove::engine::dxf
