@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <unordered_set>
 #include <vector>
 
 namespace vantrove::engine {
@@ -170,6 +171,19 @@ class Writer {
   void Layouts();
   void Attributes();
   void InsertElement(const Insert& insert);
+  // Constant attribute definitions of a block (they have no ATTRIB in references).
+  size_t ConstantAttributes(std::string_view block_name) {
+    auto it = constants_.find(block_name);
+    if (it != constants_.end()) return it->second;
+    size_t count = 0;
+    if (const Block* block = doc_.FindBlock(block_name); block != nullptr) {
+      for (const Entity* entity : block->entities) {
+        if (entity->kind() == ObjectKind::kAttDef && static_cast<const AttDef*>(entity)->constant()) ++count;
+      }
+    }
+    constants_.emplace(block_name, count);
+    return count;
+  }
   void AttributeDefinitions();
   void ExternalReferences();
   void SystemVariables();
@@ -183,6 +197,7 @@ class Writer {
   const Document& doc_;
   DescriptionSink& sink_;
   std::string buffer_;
+  std::map<std::string_view, size_t> constants_;
 };
 
 void Writer::DrawingInformation() {
@@ -294,13 +309,7 @@ void Writer::InsertElement(const Insert& insert) {
   LeafNumber("Z", insert.point.z);
   Raw("</InsertionPoint>");
   Leaf("NumberAttributes", insert.attribs.size());
-  size_t constants = 0;
-  if (const Block* block = doc_.FindBlock(insert.block_name); block != nullptr) {
-    for (const Entity* entity : block->entities) {
-      if (entity->kind() == ObjectKind::kAttDef && static_cast<const AttDef*>(entity)->constant()) ++constants;
-    }
-  }
-  Leaf("NumberConstantAttributes", constants);
+  Leaf("NumberConstantAttributes", ConstantAttributes(insert.block_name));
   Leaf("Rows", insert.rows);
   Leaf("Columns", insert.columns);
   for (const Attrib* attrib : insert.attribs) {
@@ -392,13 +401,12 @@ void Writer::SystemVariables() {
 void Writer::Images() {
   Raw("<Images>");
   std::vector<const Block*> order;
+  std::unordered_set<const Block*> listed;
   for (const Layout* layout : doc_.layouts) {
-    if (layout->block != nullptr) order.push_back(layout->block);
+    if (layout->block != nullptr && listed.insert(layout->block).second) order.push_back(layout->block);
   }
   for (const Block* block : doc_.blocks) {
-    bool seen = false;
-    for (const Block* b : order) seen = seen || b == block;
-    if (!seen) order.push_back(block);
+    if (listed.insert(block).second) order.push_back(block);
   }
   for (const Block* block : order) {
     bool opened = false;

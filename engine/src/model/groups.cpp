@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstring>
+#include <type_traits>
 
 namespace vantrove::engine {
 
@@ -107,16 +108,19 @@ std::string_view TextArena::Store(std::string_view text) {
 }
 
 GroupSpan GroupPool::Store(GroupSpan groups) {
+  static_assert(std::is_trivially_copyable_v<Group>);
   if (groups.empty()) return {};
   const size_t n = groups.size();
+  auto fresh_chunk = [this](size_t count) {
+    chunks_.push_back(std::make_unique_for_overwrite<std::byte[]>(count * sizeof(Group)));
+    return reinterpret_cast<Group*>(chunks_.back().get());
+  };
   Group* out;
   if (n > kGroupChunk / 4) {
-    chunks_.push_back(std::make_unique<Group[]>(n));
-    out = chunks_.back().get();
+    out = fresh_chunk(n);  // a long list gets a chunk of its own
   } else {
     if (n > left_) {
-      chunks_.push_back(std::make_unique<Group[]>(kGroupChunk));
-      cursor_ = chunks_.back().get();
+      cursor_ = fresh_chunk(kGroupChunk);
       left_ = kGroupChunk;
     }
     out = cursor_;
@@ -125,7 +129,7 @@ GroupSpan GroupPool::Store(GroupSpan groups) {
   }
   std::memcpy(static_cast<void*>(out), groups.data(), n * sizeof(Group));
   stored_ += n;
-  return {out, n};
+  return {std::launder(out), n};
 }
 
 }  // namespace vantrove::engine

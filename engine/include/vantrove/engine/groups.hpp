@@ -10,6 +10,7 @@
 // binary chunks as upper-case hex, so nothing is lost either way.
 
 #include <cstddef>
+#include <new>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -72,7 +73,8 @@ class GroupPool {
   size_t groups_stored() const { return stored_; }
 
  private:
-  std::vector<std::unique_ptr<Group[]>> chunks_;
+  // Raw storage: groups are trivially copyable and are copied in whole.
+  std::vector<std::unique_ptr<std::byte[]>> chunks_;
   Group* cursor_ = nullptr;
   size_t left_ = 0;
   size_t stored_ = 0;
