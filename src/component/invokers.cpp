@@ -7,6 +7,8 @@ namespace {
 InvokerTable Build() {
   InvokerTable t;
   RegisterComponentInvokers(t);
+  RegisterDrawingInvokers(t);
+  RegisterExtractInvokers(t);
   return t;
 }
 }  // namespace
