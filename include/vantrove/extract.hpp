@@ -9,6 +9,7 @@
 // trimmed of blanks before it is examined (see docs/extract.md).
 
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -87,6 +88,11 @@ void SetMountTableOverride(std::optional<std::string> file);
 // or -2 when an error was met (the target then holds what was reached).
 int16_t FlattenDescription(const std::string& source, const std::string& target, int32_t chapter,
                            int32_t drawingField, bool normalise);
+
+// The same flattening read as a stream, without a target file: the text
+// the target would hold, produced as it is read. nullptr when no stream can
+// be made. The caller closes it.
+std::FILE* OpenFlattenedStream(const std::string& source, int32_t chapter, int32_t drawingField, bool normalise);
 
 // Copies a flat attribute file keeping only the <Attribute> records whose
 // <AttributeTag> is one of `tags` (compared without case). False on error.

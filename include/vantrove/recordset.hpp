@@ -19,6 +19,7 @@
 // description that says what was wrong.
 
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -122,8 +123,11 @@ class Recordset : public Object {
   // in-memory recordset. With a source: the path of an XML file, read by the
   // XML table reader (the connection must be an XML provider string).
   void Open(const Variant& source = Variant::Missing(), const Variant& connection = Variant::Missing());
-  // Reads an XML file regardless of the connection.
+  // Reads an XML file regardless of the connection; with `keepFields`, each
+  // row keeps only those fields (see ReadXmlRecordset).
   void OpenXmlFile(const std::string& path);
+  void OpenXmlFile(const std::string& path, const std::vector<std::string>& keepFields);
+  void OpenXmlStream(std::FILE* stream, const std::string& name, const std::vector<std::string>* keepFields);
   void Close();
   bool IsOpen() const { return open_; }
   int32_t State() const { return open_ ? kStateOpen : kStateClosed; }
@@ -212,6 +216,14 @@ class Recordset : public Object {
 // Raises 3002 when the file cannot be opened and 3003 when it is not
 // well-formed XML.
 RecordsetRef ReadXmlRecordset(const std::string& path);
+// The same, storing only the named fields of each row (names compared
+// without case; the others are passed over as they are read): for readers
+// that need a few columns of a large file.
+RecordsetRef ReadXmlRecordset(const std::string& path, const std::vector<std::string>& keepFields);
+// The same from an open stream (8-bit encodings only); `name` names it in
+// messages. The stream stays open.
+RecordsetRef ReadXmlRecordset(std::FILE* stream, const std::string& name,
+                              const std::vector<std::string>* keepFields = nullptr);
 // The same from text in memory (for tests and small documents).
 RecordsetRef ReadXmlRecordsetFromText(std::string_view xml);
 

@@ -52,12 +52,6 @@ int16_t ReshapeAttributePairs(Variant& vArr, const SafeArray& pairs, const std::
 
 namespace {
 
-struct AttributePairs {
-  Variant pairs;
-  std::vector<std::string> columns;
-  int32_t perReference = 0;
-};
-
 // The names in a tag list: an array of names, or one name.
 std::vector<std::string> TagNames(const Variant& tags, int32_t& count) {
   std::vector<std::string> names;
@@ -72,17 +66,32 @@ std::vector<std::string> TagNames(const Variant& tags, int32_t& count) {
   return names;
 }
 
+// The columns the attribute reader works with: the selectors' fields, the
+// reference's handle, the tag, the value and the drawing. The reader keeps
+// only these of each record; the rest of a record is passed over as it is
+// read, which leaves the rows, their order and these columns as they are.
+const std::vector<std::string> kAttributeColumns = {"Block",        "Layout",         "Name",   "LayerName",
+                                                    "Handle",       "AttributeTag",   "AttributeValue",
+                                                    "Drawing"};
+
+struct AttributeRecords {
+  RecordsetRef rs;
+  int32_t perReference = 0;
+};
+
 // The reader behind CreateBlockAttributeArray: flattens the description in
-// `file`, keeps the listed tags (in a second temporary file, `tagged`),
-// filters by the selectors and copies tag, value and drawing columns.
-void ReadAttributePairs(const std::string& file, int32_t drawingField, int32_t space, const std::string& layout,
-                        const std::string& block, const std::string& layer, const Variant& tags,
-                        std::unique_ptr<TempFile>& tagged, AttributePairs& out) {
-  FlattenDescription(file, file, 3, drawingField, true);
+// `file` (over the file itself when tags are listed, which are then kept in
+// a second temporary file, `tagged`; as a stream otherwise), and opens the
+// records through the XML provider filtered by the selectors.
+// `out.perReference` is the number of values per block reference.
+void ReadAttributeRecords(const std::string& file, int32_t drawingField, int32_t space, const std::string& layout,
+                          const std::string& block, const std::string& layer, const Variant& tags,
+                          std::unique_ptr<TempFile>& tagged, AttributeRecords& out) {
   std::string source = file;
   const bool listed = !(tags.IsMissing() || tags.IsEmpty() || tags.IsNull());
   int32_t listedCount = 0;
   if (listed) {
+    FlattenDescription(file, file, 3, drawingField, true);
     std::vector<std::string> names = TagNames(tags, listedCount);
     // Tags are looked for as the description writes text.
     for (std::string& n : names) n = engine::EscapeDescriptionValue(n);
@@ -92,8 +101,27 @@ void ReadAttributePairs(const std::string& file, int32_t drawingField, int32_t s
     }
     source = tagged->path();
   }
-  RecordsetRef rs = OpenXmlProviderRecordset(source);
-  if (!rs) Raise(aderr::kProviderNotFound);
+  RecordsetRef rs = Recordset::Create();
+  bool connected = false;
+  for (const std::string& connection : XmlProviderConnectionStrings()) {
+    try {
+      rs->SetActiveConnection(Variant(connection));
+      connected = true;
+      break;
+    } catch (const RuntimeError&) {
+    }
+  }
+  if (!connected) Raise(aderr::kProviderNotFound);
+  if (listed) {
+    rs->OpenXmlFile(source, kAttributeColumns);
+  } else {
+    // Without a tag list the flat records go straight from the flattening
+    // to the reader, with no flat file in between.
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> flat(OpenFlattenedStream(file, 3, drawingField, true),
+                                                         &std::fclose);
+    if (!flat) Raise(err::kOutOfMemory);
+    rs->OpenXmlStream(flat.get(), file, &kAttributeColumns);
+  }
   std::string filter;
   if (space == dwgPaper) filter = "Block = '*PAPER_SPACE'";
   if (space == dwgModel) filter = "Block = '*MODEL_SPACE'";
@@ -105,14 +133,6 @@ void ReadAttributePairs(const std::string& file, int32_t drawingField, int32_t s
     filter += (filter.empty() ? "" : " AND ") + std::string(condition) + trimmed + "'";
   }
   if (!filter.empty()) rs->SetFilter(Variant(filter));
-
-  std::vector<Variant> fields = {Variant("AttributeTag"), Variant("AttributeValue")};
-  int32_t lastColumn = 0;
-  const Selection selection = MakeSelection(Variant(SafeArray::Vector(fields)), drawingField, *rs, lastColumn);
-  const auto records = static_cast<int32_t>(rs->RecordCount());
-  out.pairs = Variant(SafeArray({Bounds{0, records - 1}, Bounds{0, lastColumn}}));
-  out.columns = SelectedNames(*rs, selection);
-  FillArray(*rs, false, out.pairs.array(), selection, 0);
 
   if (listed) {
     out.perReference = listedCount;
@@ -131,7 +151,47 @@ void ReadAttributePairs(const std::string& file, int32_t drawingField, int32_t s
       }
     }
   }
-  rs->Close();
+  out.rs = std::move(rs);
+}
+
+// The reshaping of the (tag, value[, drawing]) records straight from the
+// recordset, in its order: the same table as copying the columns to an
+// array first and reshaping that.
+int16_t ReshapeRecords(Variant& vArr, Recordset& rs, int32_t perReference, bool drawing, bool headings) {
+  const int tag = rs.FieldIndex("AttributeTag");
+  const int value = rs.FieldIndex("AttributeValue");
+  const int drawingField = drawing ? rs.FieldIndex("Drawing") : -1;
+  if (tag < 0 || value < 0 || (drawing && drawingField < 0)) {
+    Raise(err::kSubscript, "The attribute records lack their tag, value or drawing column");
+  }
+  if (perReference == 0) Raise(err::kDivisionByZero);
+  const int64_t count = rs.RecordCount();
+  const auto rows = static_cast<int32_t>(count / perReference);
+  const int32_t last = perReference + (drawing ? 1 : 0);
+  vArr = Variant(SafeArray({Bounds{0, rows - (headings ? 0 : 1)}, Bounds{0, last}}));
+  SafeArray& out = vArr.array();
+  const int32_t firstValue = drawing ? 1 : 0;
+  const int32_t lastValue = firstValue + perReference - 1;
+  if (headings) {
+    if (drawing) out.at(0, 0) = Variant("Drawing");
+    rs.MoveFirst();
+    for (int32_t k = 0; k < perReference; ++k) {
+      if (rs.IsEOF()) Raise(err::kSubscript);
+      out.at(0, firstValue + k) = rs.Value(tag);
+      rs.MoveNext();
+    }
+  }
+  int32_t row = headings ? 1 : 0;
+  int32_t col = firstValue;
+  for (rs.MoveFirst(); !rs.IsEOF(); rs.MoveNext()) {
+    out.at(row, col) = rs.Value(value);
+    if (drawing) out.at(row, 0) = rs.Value(drawingField);
+    if (++col > lastValue) {
+      col = firstValue;
+      ++row;
+    }
+  }
+  return 1;
 }
 
 }  // namespace
@@ -148,15 +208,14 @@ int16_t clsVantrove::CreateBlockAttributeArray(Variant& vArr, DrawingSpaceType l
     if (!FileExists(path)) return -1;
     int32_t field = lngDrawingField;
     if (field == 3 || field == 5) field = 0;  // one drawing column at most
-    extract::detail::AttributePairs pairs;
+    extract::detail::AttributeRecords records;
     std::unique_ptr<extract::TempFile> tagged;
-    extract::detail::ReadAttributePairs(description->path(), field, lngDrawingSpace, strLayout, strBlock, strLayer,
-                                        varAttributeTags, tagged, pairs);
+    extract::detail::ReadAttributeRecords(description->path(), field, lngDrawingSpace, strLayout, strBlock, strLayer,
+                                          varAttributeTags, tagged, records);
     tagged.reset();
     description.reset();
     const bool drawing = field == 1 || field == 2 || field == 4;
-    return extract::detail::ReshapeAttributePairs(vArr, pairs.pairs.array(), pairs.columns, pairs.perReference,
-                                                  drawing, blnIncludeHeadings);
+    return extract::detail::ReshapeRecords(vArr, *records.rs, records.perReference, drawing, blnIncludeHeadings);
   } catch (...) {
     return 0;
   }

@@ -3,7 +3,9 @@
 // reference) as child elements of its own. Streams from the source to the
 // target; memory does not grow with the file.
 #include <array>
+#include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "line_io.hpp"
 #include "vantrove/engine/description.hpp"
@@ -99,26 +101,29 @@ constexpr Mask Bit(Tag t) { return Mask{1} << t; }
 
 class Classifier {
  public:
-  explicit Classifier(std::string chapter) : open_(Lower(chapter)), close_("/" + open_) {}
+  explicit Classifier(std::string chapter) : open_(Lower(chapter)), close_("/" + open_) {
+    for (const TagName& t : kTags) byLength_[t.text.size()].push_back(t);
+  }
 
   Mask Classify(std::string_view line) const {
     Mask m = 0;
-    size_t i = 0;
-    while (true) {
-      const void* lt = std::memchr(line.data() + i, '<', line.size() - i);
+    const char* p = line.data();
+    const char* end = p + line.size();
+    while (p < end) {
+      const char* lt = static_cast<const char*>(std::memchr(p, '<', static_cast<size_t>(end - p)));
       if (lt == nullptr) break;
-      const size_t at = static_cast<size_t>(static_cast<const char*>(lt) - line.data());
-      const size_t gt = line.find('>', at + 1);
-      if (gt == std::string_view::npos) break;
-      const std::string_view token = line.substr(at + 1, gt - at - 1);
-      if (token.size() <= 40) m |= Match(token);
-      i = at + 1;
-      if (i >= line.size()) break;
+      // The tag text runs to the next '>'; tags are short, so look a little way only.
+      const char* q = lt + 1;
+      const char* stop = std::min(end, q + kLongest + 1);
+      while (q < stop && *q != '>') ++q;
+      if (q < stop) m |= Match(std::string_view(lt + 1, static_cast<size_t>(q - lt - 1)));
+      p = lt + 1;
     }
     return m;
   }
 
  private:
+  static constexpr size_t kLongest = 40;
   static std::string Lower(std::string_view s) {
     std::string out(s);
     for (char& c : out) {
@@ -137,15 +142,18 @@ class Classifier {
   }
   Mask Match(std::string_view token) const {
     Mask m = 0;
-    for (const TagName& t : kTags) {
-      if (Same(token, t.text)) m |= Bit(t.tag);
+    if (token.size() < byLength_.size()) {
+      for (const TagName& t : byLength_[token.size()]) {
+        if (Same(token, t.text)) m |= Bit(t.tag);
+      }
     }
-    if (Same(token, open_)) m |= Bit(kChapterOpen);
-    if (Same(token, close_)) m |= Bit(kChapterClose);
+    if (token.size() == open_.size() && Same(token, open_)) m |= Bit(kChapterOpen);
+    if (token.size() == close_.size() && Same(token, close_)) m |= Bit(kChapterClose);
     return m;
   }
 
   std::string open_, close_;
+  std::array<std::vector<TagName>, kLongest + 1> byLength_;
 };
 
 // Appends `item` and a line break, unless it is empty.
@@ -168,33 +176,46 @@ std::string Escape(const std::string& utf8) { return engine::EscapeDescriptionVa
 
 class Flattener {
  public:
-  Flattener(LineSource& in, LineWriter& out, int32_t chapter, int32_t field)
+  Flattener(LineSource& in, detail::TextSink& out, int32_t chapter, int32_t field)
       : in_(in), out_(out), chapter_(chapter), field_(field < 0 || field > 5 ? 0 : field),
         classify_(ChapterElement(chapter)) {}
 
   // False when an error was met on the way.
   bool Run() {
+    Begin();
+    while (Step()) {
+    }
+    return End();
+  }
+
+  void Begin() {
     out_.Line(kDeclaration);
     out_.Line("");
-    bool inside = false;
+  }
+
+  // Reads one line and writes what it gives; false at the end.
+  bool Step() {
     std::string_view raw;
-    while (in_.Next(raw)) {
-      line_.assign(TrimBlanks(raw));
-      Mask m = classify_.Classify(line_);
-      bool changed = Common(m);
-      if (inside) changed = Chapter(m) || changed;
-      if (changed) m = classify_.Classify(line_);
-      if (m & Bit(kChapterOpen)) inside = true;
-      if (inside && !line_.empty()) out_.Line(line_);
-      if (chapter_ == 7 && (m & Bit(kAttributeDefinition))) {
-        std::string extra;
-        if (!path_.empty()) extra.append(path_).append(kBreak);
-        if (!drawing_.empty()) extra.append(drawing_).append(kBreak);
-        extra.append("<Block>").append(bareBlock_).append("</Block>");
-        out_.Line(extra);
-      }
-      if (m & Bit(kChapterClose)) break;
+    if (done_ || !in_.Next(raw)) return false;
+    line_.assign(TrimBlanks(raw));
+    Mask m = classify_.Classify(line_);
+    bool changed = Common(m);
+    if (inside_) changed = Chapter(m) || changed;
+    if (changed) m = classify_.Classify(line_);
+    if (m & Bit(kChapterOpen)) inside_ = true;
+    if (inside_ && !line_.empty()) out_.Line(line_);
+    if (chapter_ == 7 && (m & Bit(kAttributeDefinition))) {
+      std::string extra;
+      if (!path_.empty()) extra.append(path_).append(kBreak);
+      if (!drawing_.empty()) extra.append(drawing_).append(kBreak);
+      extra.append("<Block>").append(bareBlock_).append("</Block>");
+      out_.Line(extra);
     }
+    if (m & Bit(kChapterClose)) done_ = true;
+    return !done_;
+  }
+
+  bool End() {
     if (in_.failed() || out_.failed()) error_ = true;
     return !error_;
   }
@@ -409,41 +430,137 @@ class Flattener {
       }
     }
     if (m & Bit(kAttribute)) {
-      std::string a, next;
+      attribute_.clear();
       for (int k = 0; k < 3; ++k) {
-        Read(next);
-        a.append(detail::ReplaceNoCase(detail::ReplaceNoCase(next, "handle", "AttributeHandle"), "elementid",
-                                       "AttributeElementId"));
-        a.append(kBreak);
+        Read(next_);
+        AppendRenamed(attribute_, next_);
+        attribute_.append(kBreak);
       }
-      Read(next);
-      a.append(next);
-      a = detail::ReplaceNoCase(detail::ReplaceNoCase(a, "&quot;", "\""), "&apos;", "'");
-      std::string out = "<Attribute>";
-      out.append(kBreak);
-      Item(out, path_);
-      Item(out, drawing_);
-      for (const std::string* s : {&block_, &layout_}) out.append(*s).append(kBreak);
-      for (const std::string& s : leaf_) out.append(s).append(kBreak);
-      out.append(a);
-      line_ = std::move(out);
+      Read(next_);
+      attribute_.append(next_);
+      compose_.assign("<Attribute>");
+      compose_.append(kBreak);
+      Item(compose_, path_);
+      Item(compose_, drawing_);
+      for (const std::string* s : {&block_, &layout_}) compose_.append(*s).append(kBreak);
+      for (const std::string& s : leaf_) compose_.append(s).append(kBreak);
+      AppendUnquoted(compose_, attribute_);
+      line_.swap(compose_);
       return true;
     }
     return false;
   }
 
+  // Appends `text` with every `find` (case ignored) written `with`.
+  static void AppendReplaced(std::string& out, std::string_view text, std::string_view find, std::string_view with) {
+    size_t at = 0;
+    for (size_t i = FindNoCase(text, find); i != std::string_view::npos; i = FindNoCase(text, find, at)) {
+      out.append(text.substr(at, i - at)).append(with);
+      at = i + find.size();
+    }
+    out.append(text.substr(at));
+  }
+
+  // Appends `line` with every "handle" written "AttributeHandle", then every
+  // "elementid" written "AttributeElementId" (case ignored).
+  void AppendRenamed(std::string& out, std::string_view line) {
+    renamed_.clear();
+    AppendReplaced(renamed_, line, "handle", "AttributeHandle");
+    AppendReplaced(out, renamed_, "elementid", "AttributeElementId");
+  }
+
+  // Appends `text` with &quot; and &apos; (case ignored) resolved.
+  static void AppendUnquoted(std::string& out, std::string_view text) {
+    size_t at = 0;
+    for (size_t i = text.find('&'); i != std::string_view::npos; i = text.find('&', i + 1)) {
+      if (FindNoCase(text.substr(i, 6), "&quot;") == 0) {
+        out.append(text.substr(at, i - at)).push_back('"');
+        i += 5;
+        at = i + 1;
+      } else if (FindNoCase(text.substr(i, 6), "&apos;") == 0) {
+        out.append(text.substr(at, i - at)).push_back('\'');
+        i += 5;
+        at = i + 1;
+      }
+    }
+    out.append(text.substr(at));
+  }
+
   LineSource& in_;
-  LineWriter& out_;
+  detail::TextSink& out_;
   const int32_t chapter_;
   const int32_t field_;
   Classifier classify_;
   std::string line_;
   std::string drawing_, path_, block_, layout_, bareBlock_;
   std::array<std::string, 11> leaf_;  // N H E LN X Y Z NA NC R CO
+  std::string next_, attribute_, compose_, renamed_;
   bool error_ = false;
+  bool inside_ = false;
+  bool done_ = false;
+};
+
+// A flattening read as a stream: each read runs the flattener on until it
+// has written enough.
+class FlatStream : public detail::TextSink {
+ public:
+  FlatStream(const std::string& source, int32_t chapter, int32_t field, bool normalise)
+      : plain_(reader_), fixed_(reader_), flattener_(normalise ? static_cast<LineSource&>(fixed_) : plain_, *this,
+                                                     chapter, field) {
+    if (!reader_.Open(source)) failed_ = true;
+    flattener_.Begin();
+  }
+  void Write(std::string_view text) override { pending_.append(text); }
+  bool failed() const override { return failed_; }
+
+  ssize_t Read(char* buffer, size_t size) {
+    while (pending_.size() - taken_ < size && !finished_) {
+      if (taken_ > (1u << 20)) {
+        pending_.erase(0, taken_);
+        taken_ = 0;
+      }
+      if (!flattener_.Step()) finished_ = true;
+    }
+    const size_t n = std::min(size, pending_.size() - taken_);
+    std::memcpy(buffer, pending_.data() + taken_, n);
+    taken_ += n;
+    return static_cast<ssize_t>(n);
+  }
+
+  static ssize_t ReadCookie(void* cookie, char* buffer, size_t size) {
+    try {
+      return static_cast<FlatStream*>(cookie)->Read(buffer, size);
+    } catch (...) {
+      return -1;
+    }
+  }
+  static int CloseCookie(void* cookie) {
+    delete static_cast<FlatStream*>(cookie);
+    return 0;
+  }
+
+ private:
+  detail::LineReader reader_;
+  detail::FileLines plain_;
+  detail::NormalisedLines fixed_;
+  Flattener flattener_;
+  std::string pending_;
+  size_t taken_ = 0;
+  bool finished_ = false;
+  bool failed_ = false;
 };
 
 }  // namespace
+
+std::FILE* OpenFlattenedStream(const std::string& source, int32_t chapter, int32_t drawingField, bool normalise) {
+  auto stream = std::make_unique<FlatStream>(source, chapter, drawingField, normalise);
+  cookie_io_functions_t io{};
+  io.read = &FlatStream::ReadCookie;
+  io.close = &FlatStream::CloseCookie;
+  std::FILE* file = ::fopencookie(stream.get(), "r", io);
+  if (file != nullptr) stream.release();
+  return file;
+}
 
 std::string ChapterElement(int32_t chapter) {
   switch (chapter) {

@@ -66,24 +66,32 @@ class NormalisedLines : public LineSource {
   size_t next_ = 0;
 };
 
-class LineWriter {
+// Where output text goes.
+class TextSink {
+ public:
+  virtual ~TextSink() = default;
+  virtual void Write(std::string_view text) = 0;
+  void Line(std::string_view text) {
+    Write(text);
+    Write("\r\n");
+  }
+  virtual bool failed() const { return false; }
+};
+
+class LineWriter : public TextSink {
  public:
   LineWriter() = default;
-  ~LineWriter();
+  ~LineWriter() override;
   LineWriter(const LineWriter&) = delete;
   LineWriter& operator=(const LineWriter&) = delete;
 
   // Starts writing what will become `target`.
   bool Open(const std::string& target);
-  void Write(std::string_view text);
-  void Line(std::string_view text) {
-    Write(text);
-    Write("\r\n");
-  }
+  void Write(std::string_view text) override;
   // Flushes, closes and renames over the target. False on any failure (the
   // temporary file is then removed and the target left alone).
   bool Commit();
-  bool failed() const { return failed_; }
+  bool failed() const override { return failed_; }
 
  private:
   void Flush();

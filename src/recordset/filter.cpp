@@ -346,8 +346,7 @@ bool EvaluateCompare(const Node& node, const CellSource& cells) {
     if (node.op == Op::Ne) return !empty;
     return false;
   }
-  if (v.IsNull()) return false;
-  if (v.IsObject() || v.IsArray() || v.IsError()) return false;
+  if (empty || v.IsObject() || v.IsArray() || v.IsError()) return false;
   if (node.op == Op::Like) {
     std::string s;
     try {

@@ -290,6 +290,18 @@ void Recordset::OpenXmlFile(const std::string& path) {
   AdoptTable(read->table_);
 }
 
+void Recordset::OpenXmlFile(const std::string& path, const std::vector<std::string>& keepFields) {
+  RequireClosed();
+  RecordsetRef read = ReadXmlRecordset(path, keepFields);
+  AdoptTable(read->table_);
+}
+
+void Recordset::OpenXmlStream(std::FILE* stream, const std::string& name, const std::vector<std::string>* keepFields) {
+  RequireClosed();
+  RecordsetRef read = ReadXmlRecordset(stream, name, keepFields);
+  AdoptTable(read->table_);
+}
+
 void Recordset::AdoptTable(std::shared_ptr<Table> table) {
   RequireClosed();
   table_ = std::move(table);

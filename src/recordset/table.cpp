@@ -24,7 +24,7 @@ const char* StringPool::Store(std::string_view s) {
   if (s.empty()) return "";
   if (s.size() > kChunk / 4) {
     // Long texts get a block of their own, so chunks stay well used.
-    auto block = std::make_unique<char[]>(s.size());
+    auto block = std::make_unique_for_overwrite<char[]>(s.size());
     std::memcpy(block.get(), s.data(), s.size());
     const char* p = block.get();
     // Keep the current chunk last so that it goes on filling.
@@ -32,7 +32,7 @@ const char* StringPool::Store(std::string_view s) {
     return p;
   }
   if (chunks_.empty() || chunkUsed_ + s.size() > chunkSize_) {
-    chunks_.push_back(std::make_unique<char[]>(kChunk));
+    chunks_.push_back(std::make_unique_for_overwrite<char[]>(kChunk));
     chunkUsed_ = 0;
     chunkSize_ = kChunk;
   }
@@ -46,6 +46,7 @@ void StringPool::Grow() {
   std::vector<uint32_t> slots(slots_.size() * 2, 0);
   const size_t mask = slots.size() - 1;
   for (uint32_t id = 0; id < entries_.size(); ++id) {
+    if (entries_[id].len & kUnindexed) continue;
     size_t i = entries_[id].hash & mask;
     while (slots[i] != 0) i = (i + 1) & mask;
     slots[i] = id + 1;
@@ -54,7 +55,7 @@ void StringPool::Grow() {
 }
 
 uint32_t StringPool::Intern(std::string_view s) {
-  if (s.size() > 0xFFFFFFFFu) Raise(err::kOutOfMemory);
+  if (s.size() > 0x7FFFFFFFu) Raise(err::kOutOfMemory);
   const uint32_t hash = HashOf(s);
   const size_t mask = slots_.size() - 1;
   size_t i = hash & mask;
@@ -67,8 +68,14 @@ uint32_t StringPool::Intern(std::string_view s) {
   const auto id = static_cast<uint32_t>(entries_.size());
   entries_.push_back(Entry{Store(s), static_cast<uint32_t>(s.size()), hash});
   slots_[i] = id + 1;
-  if (entries_.size() * 2 > slots_.size()) Grow();
+  if (++indexed_ * 2 > slots_.size()) Grow();
   return id;
+}
+
+uint32_t StringPool::Add(std::string_view s) {
+  if (s.size() > 0x7FFFFFFFu || entries_.size() >= 0x3FFFFFFEu) Raise(err::kOutOfMemory);
+  entries_.push_back(Entry{Store(s), static_cast<uint32_t>(s.size()) | kUnindexed, 0});
+  return static_cast<uint32_t>(entries_.size() - 1);
 }
 
 // ---- Schema ------------------------------------------------------------------------
@@ -111,17 +118,33 @@ void Schema::Remove(int index) {
 Table::Table(std::shared_ptr<Schema> schema, std::shared_ptr<StringPool> pool)
     : schema_(std::move(schema)), pool_(pool ? std::move(pool) : std::make_shared<StringPool>()) {}
 
+uint64_t Table::CellStore::Append(const uint32_t* cells, uint32_t count) {
+  constexpr uint32_t kBlockCells = uint32_t{1} << 18;
+  if (blocks_.empty() || used_ + count > size_) {
+    size_ = std::max(kBlockCells, count);
+    blocks_.push_back(std::make_unique_for_overwrite<uint32_t[]>(size_));
+    used_ = 0;
+  }
+  const uint64_t pos = (static_cast<uint64_t>(blocks_.size() - 1) << 32) | used_;
+  if (cells != nullptr) {
+    std::memcpy(blocks_.back().get() + used_, cells, sizeof(uint32_t) * count);
+  } else {
+    std::fill_n(blocks_.back().get() + used_, count, kEmpty);
+  }
+  used_ += count;
+  return pos;
+}
+
 uint32_t Table::AddRow() {
   if (rows_.size() >= 0xFFFFFFF0u) Raise(err::kOutOfMemory);
-  rows_.push_back(RowRef{cells_.size(), 0, 0});
+  rows_.push_back(RowRef{0, 0, 0});
   if (schema_->textField) text_.push_back(kEmpty);
   return static_cast<uint32_t>(rows_.size() - 1);
 }
 
 uint32_t Table::AddRow(const uint32_t* cells, uint32_t count, uint32_t textCell) {
   if (rows_.size() >= 0xFFFFFFF0u) Raise(err::kOutOfMemory);
-  rows_.push_back(RowRef{cells_.size(), count, 0});
-  cells_.insert(cells_.end(), cells, cells + count);
+  rows_.push_back(RowRef{count > 0 ? cells_.Append(cells, count) : 0, count, 0});
   if (schema_->textField) text_.push_back(textCell);
   return static_cast<uint32_t>(rows_.size() - 1);
 }
@@ -144,7 +167,7 @@ uint32_t Table::Cell(uint32_t row, int field) const {
   if (schema_->IsText(field)) return text_[row];
   const RowRef& r = rows_[row];
   if (field < 0 || static_cast<uint32_t>(field) >= r.count) return kEmpty;
-  return cells_[r.start + static_cast<uint32_t>(field)];
+  return cells_.At(r.start)[field];
 }
 
 Variant Table::Decode(uint32_t cell) const {
@@ -179,21 +202,14 @@ void Table::SetCell(uint32_t row, int field, uint32_t cell) {
   RowRef& r = rows_[row];
   const auto f = static_cast<uint32_t>(field);
   if (f >= r.count) {
-    const uint32_t wanted = static_cast<uint32_t>(schema_->fields.size());
-    if (r.start + r.count == cells_.size()) {
-      cells_.resize(r.start + wanted, kEmpty);  // the last row grows in place
-    } else {
-      // Move the row to the end with room for every field.
-      const uint64_t start = cells_.size();
-      cells_.resize(start + wanted, kEmpty);
-      std::copy(cells_.begin() + static_cast<std::ptrdiff_t>(r.start),
-                cells_.begin() + static_cast<std::ptrdiff_t>(r.start + r.count),
-                cells_.begin() + static_cast<std::ptrdiff_t>(start));
-      r.start = start;
-    }
+    // The row moves to the end with room for every field.
+    const auto wanted = static_cast<uint32_t>(schema_->fields.size());
+    std::vector<uint32_t> moved(wanted, kEmpty);
+    if (r.count > 0) std::copy_n(cells_.At(r.start), r.count, moved.begin());
+    r.start = cells_.Append(moved.data(), wanted);
     r.count = wanted;
   }
-  cells_[r.start + f] = cell;
+  cells_.At(r.start)[f] = cell;
 }
 
 void Table::Set(uint32_t row, int field, const Variant& value) {

@@ -20,13 +20,17 @@ class StringPool {
   StringPool();
   // The id of `s`, adding it when new.
   uint32_t Intern(std::string_view s);
+  // A new id for `s`, without looking for an equal text (for texts that are
+  // seldom repeated).
+  uint32_t Add(std::string_view s);
   std::string_view Get(uint32_t id) const {
     const Entry& e = entries_[id];
-    return {e.p, e.len};
+    return {e.p, e.len & ~kUnindexed};
   }
   size_t size() const { return entries_.size(); }
 
  private:
+  static constexpr uint32_t kUnindexed = 0x80000000u;  // in len: added without the index
   struct Entry {
     const char* p;
     uint32_t len;
@@ -37,6 +41,7 @@ class StringPool {
 
   std::vector<Entry> entries_;
   std::vector<uint32_t> slots_;  // id + 1; 0 is free
+  size_t indexed_ = 0;
   std::vector<std::unique_ptr<char[]>> chunks_;
   size_t chunkUsed_ = 0;
   size_t chunkSize_ = 0;
@@ -101,13 +106,27 @@ class Table {
   static constexpr uint32_t kTagOther = 0x40000000u;
   static constexpr uint32_t kTagChild = 0x80000000u;
   uint32_t TextCell(std::string_view s) { return pool_->Intern(s) + 1; }
+  // A text cell that is not looked up among the texts already kept.
+  uint32_t NewTextCell(std::string_view s) { return pool_->Add(s) + 1; }
   uint32_t ChildCell(std::shared_ptr<Table> child);
   uint32_t OtherCell(Variant v);
   uint32_t Cell(uint32_t row, int field) const;
 
  private:
+  // Cells live in blocks that never move, so that adding rows copies no
+  // earlier row; a row's cells are contiguous within one block.
+  class CellStore {
+   public:
+    uint64_t Append(const uint32_t* cells, uint32_t count);
+    uint32_t* At(uint64_t pos) { return blocks_[pos >> 32].get() + (pos & 0xFFFFFFFFu); }
+    const uint32_t* At(uint64_t pos) const { return blocks_[pos >> 32].get() + (pos & 0xFFFFFFFFu); }
+
+   private:
+    std::vector<std::unique_ptr<uint32_t[]>> blocks_;
+    uint32_t used_ = 0, size_ = 0;
+  };
   struct RowRef {
-    uint64_t start = 0;
+    uint64_t start = 0;  // block << 32 | offset
     uint32_t count = 0;
     uint32_t deleted = 0;
   };
@@ -116,7 +135,7 @@ class Table {
 
   std::shared_ptr<Schema> schema_;
   std::shared_ptr<StringPool> pool_;
-  std::vector<uint32_t> cells_;
+  CellStore cells_;
   std::vector<RowRef> rows_;
   std::vector<uint32_t> text_;  // the "$Text" cell of each row
   std::vector<Variant> others_;

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -29,7 +30,8 @@ using recordset_detail::Table;
 namespace {
 
 constexpr size_t kBlock = size_t{1} << 20;
-constexpr unsigned kParseOptions = pugi::parse_default;
+// A leaf whose whole text is blanks keeps them; blanks between elements go.
+constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
 
 [[noreturn]] void Malformed(const std::string& source, const std::string& what, uint64_t offset) {
   Raise(aderr::kReadFile, "The XML file " + source + " is not well-formed: " + what + " (at byte " +
@@ -52,40 +54,207 @@ void AppendOwnText(const pugi::xml_node& node, std::string& out) {
   }
 }
 
-// Builds rows from elements, adding fields as they are first seen.
+// A row read without pugixml: the row element, without attributes, holding
+// only leaf elements with plain text (the shape of every flat record). The
+// parser says no to anything else, and pugixml reads that row instead, so
+// both paths give the same cells.
+class PlainRow {
+ public:
+  struct Leaf {
+    std::string_view name;
+    std::string_view value;
+  };
+
+  enum class Result { Ok, NeedMore, No };
+
+  // Reads a row that starts at `p`; `limit` ends the bytes at hand. NeedMore
+  // when the row goes on past them.
+  Result Parse(const char* p, const char* limit, bool latin1, const char*& rowEnd) {
+    leaves_.clear();
+    decoded_.clear();
+    pending_.clear();
+    Result r = StartTag(p, limit, row_);
+    if (r != Result::Ok) return r;
+    for (;;) {
+      while (p < limit && IsBlank(*p)) ++p;
+      if (limit - p < 2) return Result::NeedMore;
+      if (*p != '<') return Result::No;
+      if (p[1] == '/') break;
+      std::string_view name;
+      bool empty = false;
+      r = StartTag(p, limit, name, &empty);
+      if (r != Result::Ok) return r;
+      Pending leaf{name, 0, 0, nullptr};
+      if (!empty) {
+        const char* text = p;
+        const void* lt = std::memchr(p, '<', static_cast<size_t>(limit - p));
+        if (lt == nullptr) return Result::NeedMore;
+        p = static_cast<const char*>(lt);
+        if (!Text(text, p, latin1, leaf)) return Result::No;
+        r = EndTag(p, limit, name);
+        if (r != Result::Ok) return r;
+      }
+      pending_.push_back(leaf);
+    }
+    r = EndTag(p, limit, row_);
+    if (r != Result::Ok) return r;
+    if (pending_.empty()) return Result::No;
+    for (const Pending& l : pending_) {
+      leaves_.push_back(Leaf{l.name, l.direct ? std::string_view(l.direct, l.length)
+                                              : std::string_view(decoded_.data() + l.offset, l.length)});
+    }
+    rowEnd = p;
+    return Result::Ok;
+  }
+  std::string_view name() const { return row_; }
+  const std::vector<Leaf>& leaves() const { return leaves_; }
+
+ private:
+  struct Pending {
+    std::string_view name;
+    size_t offset, length;
+    const char* direct;  // the text as it stands in the buffer, when nothing needed decoding
+  };
+
+  static bool NameChar(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-' ||
+           c == '.' || c == ':';
+  }
+  // <name> or <name/> with optional blanks before the end; no attributes.
+  static Result StartTag(const char*& p, const char* limit, std::string_view& name, bool* empty = nullptr) {
+    if (limit - p < 2) return Result::NeedMore;
+    if (*p != '<') return Result::No;
+    const char* n = ++p;
+    if (!((*p >= 'a' && *p <= 'z') || (*p >= 'A' && *p <= 'Z') || *p == '_')) return Result::No;
+    while (p < limit && NameChar(*p)) ++p;
+    name = std::string_view(n, static_cast<size_t>(p - n));
+    while (p < limit && IsBlank(*p)) ++p;
+    if (p < limit && *p == '/' && empty != nullptr) {
+      ++p;
+      *empty = true;
+    }
+    if (p >= limit) return Result::NeedMore;
+    if (*p != '>') return Result::No;
+    ++p;
+    return Result::Ok;
+  }
+  static Result EndTag(const char*& p, const char* limit, std::string_view name) {
+    const size_t have = static_cast<size_t>(limit - p);
+    const size_t want = name.size() + 2;
+    const size_t check = std::min(have, want);
+    if (check >= 1 && p[0] != '<') return Result::No;
+    if (check >= 2 && p[1] != '/') return Result::No;
+    if (check > 2 && std::memcmp(p + 2, name.data(), check - 2) != 0) return Result::No;
+    if (have < want) return Result::NeedMore;
+    p += want;
+    while (p < limit && IsBlank(*p)) ++p;
+    if (p >= limit) return Result::NeedMore;
+    if (*p != '>') return Result::No;
+    ++p;
+    return Result::Ok;
+  }
+  static void Utf8(std::string& out, uint32_t cp) {
+    if (cp < 0x80) {
+      out.push_back(static_cast<char>(cp));
+    } else if (cp < 0x800) {
+      out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
+      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    } else if (cp < 0x10000) {
+      out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
+      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    } else {
+      out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
+      out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    }
+  }
+  // Leaf text: entities and references resolved, Latin-1 turned to UTF-8.
+  // Line ends and unknown entities are left to pugixml.
+  bool Text(const char* p, const char* end, bool latin1, Pending& leaf) {
+    bool plain = true;
+    for (const char* q = p; q < end; ++q) {
+      const auto c = static_cast<unsigned char>(*q);
+      if (c == '\r') return false;
+      if (c == '&' || (latin1 && c >= 0x80)) plain = false;
+    }
+    if (plain) {
+      leaf.direct = p;
+      leaf.length = static_cast<size_t>(end - p);
+      return true;
+    }
+    leaf.offset = decoded_.size();
+    for (const char* q = p; q < end; ++q) {
+      const auto c = static_cast<unsigned char>(*q);
+      if (c != '&') {
+        if (latin1 && c >= 0x80) {
+          Utf8(decoded_, c);
+        } else {
+          decoded_.push_back(static_cast<char>(c));
+        }
+        continue;
+      }
+      const char* semi = static_cast<const char*>(std::memchr(q, ';', static_cast<size_t>(std::min<std::ptrdiff_t>(end - q, 12))));
+      if (semi == nullptr) return false;
+      const std::string_view ref(q + 1, static_cast<size_t>(semi - q - 1));
+      if (ref == "amp") decoded_.push_back('&');
+      else if (ref == "lt") decoded_.push_back('<');
+      else if (ref == "gt") decoded_.push_back('>');
+      else if (ref == "quot") decoded_.push_back('"');
+      else if (ref == "apos") decoded_.push_back('\'');
+      else if (ref.size() >= 2 && ref[0] == '#') {
+        const bool hex = ref[1] == 'x';
+        uint32_t cp = 0;
+        size_t i = hex ? 2 : 1;
+        if (i >= ref.size()) return false;
+        for (; i < ref.size(); ++i) {
+          const char d = ref[i];
+          uint32_t v;
+          if (d >= '0' && d <= '9') v = static_cast<uint32_t>(d - '0');
+          else if (hex && d >= 'a' && d <= 'f') v = static_cast<uint32_t>(d - 'a' + 10);
+          else if (hex && d >= 'A' && d <= 'F') v = static_cast<uint32_t>(d - 'A' + 10);
+          else return false;
+          cp = cp * (hex ? 16 : 10) + v;
+          if (cp > 0x10FFFF) return false;
+        }
+        if (cp == 0 || (cp >= 0xD800 && cp <= 0xDFFF)) return false;
+        Utf8(decoded_, cp);
+      } else {
+        return false;
+      }
+      q = semi;
+    }
+    leaf.length = decoded_.size() - leaf.offset;
+    return true;
+  }
+
+  std::string_view row_;
+  std::vector<Pending> pending_;
+  std::vector<Leaf> leaves_;
+  std::string decoded_;
+};
+
+// Builds rows, adding fields as they are first seen. With a list of names to
+// keep, the top-level rows store only those fields (names without case).
 class RowBuilder {
  public:
-  explicit RowBuilder(std::shared_ptr<StringPool> pool) : pool_(std::move(pool)) {}
+  RowBuilder(std::shared_ptr<StringPool> pool, const std::vector<std::string>* keep)
+      : pool_(std::move(pool)), keep_(keep) {}
 
-  void AddRow(const pugi::xml_node& element, Table& table) {
+  void AddRow(const pugi::xml_node& element, Table& table, bool top = true) {
     Schema& schema = *table.schema();
+    Names& names = names_[&schema];
     std::vector<uint32_t> cells;
-    size_t guess = 0;
-    auto index = [&](const char* name, bool chapter) {
-      const std::vector<FieldDef>& fields = schema.fields;
-      if (guess < fields.size() && fields[guess].name == name) return static_cast<int>(guess++);
-      for (size_t i = 0; i < fields.size(); ++i) {
-        if (fields[i].name == name) {
-          guess = i + 1;
-          return static_cast<int>(i);
-        }
-      }
-      FieldDef def;
-      def.name = name;
-      def.type = chapter ? adtype::kChapter : adtype::kVarWChar;
-      if (chapter) {
-        def.child = std::make_shared<Schema>();
-        def.child->textField = true;
-      }
-      guess = fields.size() + 1;
-      return schema.Add(std::move(def));
-    };
+    names.guess = 0;
     auto slot = [&](int i) -> uint32_t& {
       if (cells.size() <= static_cast<size_t>(i)) cells.resize(static_cast<size_t>(i) + 1, Table::kEmpty);
       return cells[static_cast<size_t>(i)];
     };
     for (pugi::xml_attribute a = element.first_attribute(); a; a = a.next_attribute()) {
-      uint32_t& cell = slot(index(a.name(), false));
+      const int i = Resolve(schema, names, a.name(), false, top);
+      if (i < 0) continue;
+      uint32_t& cell = slot(i);
       if (cell == Table::kEmpty) cell = table.TextCell(a.value());
     }
     std::string ownText;
@@ -95,15 +264,14 @@ class RowBuilder {
         continue;
       }
       if (c.type() != pugi::node_element) continue;
-      const bool nested = HasElementChild(c);
-      const int i = index(c.name(), nested);
+      const int i = Resolve(schema, names, c.name(), HasElementChild(c), top);
+      if (i < 0) continue;
       const FieldDef& def = schema.fields[static_cast<size_t>(i)];
       uint32_t& cell = slot(i);
       if (def.type == adtype::kChapter) {
         if (cell == Table::kEmpty) cell = table.ChildCell(std::make_shared<Table>(def.child, pool_));
-        // A chapter cell is the last child table added to this table.
         std::shared_ptr<Table> child = table.ChildAt(cell);
-        AddRow(c, *child);
+        AddRow(c, *child, false);
       } else if (cell == Table::kEmpty) {
         text_.clear();
         AppendOwnText(c, text_);
@@ -113,8 +281,106 @@ class RowBuilder {
     table.AddRow(cells.data(), static_cast<uint32_t>(cells.size()), table.TextCell(ownText));
   }
 
+  void AddPlainRow(const PlainRow& row, Table& table) {
+    Schema& schema = *table.schema();
+    Names& names = names_[&schema];
+    names.guess = 0;
+    cells_.assign(schema.fields.size(), Table::kEmpty);
+    for (const PlainRow::Leaf& leaf : row.leaves()) {
+      const int i = Resolve(schema, names, leaf.name, false, true);
+      if (i < 0) continue;
+      if (cells_.size() <= static_cast<size_t>(i)) cells_.resize(static_cast<size_t>(i) + 1, Table::kEmpty);
+      uint32_t& cell = cells_[static_cast<size_t>(i)];
+      if (cell != Table::kEmpty) continue;
+      if (recent_.size() <= static_cast<size_t>(i)) recent_.resize(static_cast<size_t>(i) + 1);
+      cell = recent_[static_cast<size_t>(i)].Find(leaf.value, *pool_, table);
+    }
+    if (emptyText_ == Table::kEmpty) emptyText_ = table.TextCell("");
+    table.AddRow(cells_.data(), static_cast<uint32_t>(cells_.size()), emptyText_);
+  }
+
  private:
+  // The names seen in one schema, in the order first seen, each with its
+  // field (or -1 when it is not kept).
+  struct Names {
+    std::vector<std::pair<std::string, int>> seen;
+    size_t guess = 0;
+  };
+
+  bool Kept(std::string_view name) const {
+    if (keep_ == nullptr) return true;
+    for (const std::string& k : *keep_) {
+      if (k.size() != name.size()) continue;
+      bool same = true;
+      for (size_t i = 0; same && i < k.size(); ++i) {
+        same = std::tolower(static_cast<unsigned char>(k[i])) == std::tolower(static_cast<unsigned char>(name[i]));
+      }
+      if (same) return true;
+    }
+    return false;
+  }
+
+  int Resolve(Schema& schema, Names& names, std::string_view name, bool chapter, bool top) {
+    auto& seen = names.seen;
+    if (names.guess < seen.size() && seen[names.guess].first == name) return seen[names.guess++].second;
+    for (size_t i = 0; i < seen.size(); ++i) {
+      if (seen[i].first == name) {
+        names.guess = i + 1;
+        return seen[i].second;
+      }
+    }
+    int field = -1;
+    if (!top || Kept(name)) {
+      FieldDef def;
+      def.name = std::string(name);
+      def.type = chapter ? adtype::kChapter : adtype::kVarWChar;
+      if (chapter) {
+        def.child = std::make_shared<Schema>();
+        def.child->textField = true;
+      }
+      field = schema.Add(std::move(def));
+    }
+    seen.emplace_back(std::string(name), field);
+    names.guess = seen.size();
+    return field;
+  }
+
   std::shared_ptr<StringPool> pool_;
+  const std::vector<std::string>* keep_;
+  std::unordered_map<const Schema*, Names> names_;
+  // The last few texts of a column: records mostly repeat a column's text
+  // (block, layer, drawing) or cycle through a few (tags), so these are
+  // found without a look-up in the whole pool.
+  class Recent {
+   public:
+    uint32_t Find(std::string_view v, const StringPool& pool, Table& table) {
+      uint64_t head = 0;
+      std::memcpy(&head, v.data(), std::min<size_t>(v.size(), sizeof(head)));
+      for (int k = 0; k < kSize; ++k) {
+        if (cell_[k] != Table::kEmpty && len_[k] == v.size() && head_[k] == head &&
+            (v.size() <= sizeof(head) || std::memcmp(pool.Get(cell_[k] - 1).data(), v.data(), v.size()) == 0)) {
+          return cell_[k];
+        }
+      }
+      const uint32_t cell = table.NewTextCell(v);
+      cell_[next_] = cell;
+      len_[next_] = v.size();
+      head_[next_] = head;
+      next_ = (next_ + 1) % kSize;
+      return cell;
+    }
+
+   private:
+    static constexpr int kSize = 8;
+    uint32_t cell_[kSize] = {};
+    size_t len_[kSize] = {};
+    uint64_t head_[kSize] = {};
+    int next_ = 0;
+  };
+
+  std::vector<uint32_t> cells_;
+  std::vector<Recent> recent_;
+  uint32_t emptyText_ = Table::kEmpty;
   std::string text_;
 };
 
@@ -131,6 +397,13 @@ class LeafRows {
       return;
     }
     order_.emplace_back(element.name());
+  }
+  // A row with element children.
+  void SeeRecord() {
+    if (!all_) return;
+    all_ = false;
+    names_.clear();
+    order_.clear();
   }
   bool AllLeaves() const { return all_ && !order_.empty(); }
   const std::vector<std::string>& names() const { return order_; }
@@ -232,9 +505,9 @@ Scan ScanMarkup(const char* b, size_t n, size_t p, Token& t, std::string& why) {
   }
   if (c == '?') {
     t.kind = Markup::PI;
-    size_t i = p + 1;
+    size_t i = p + 2;
     while (i < n && !IsBlank(b[i]) && b[i] != '?' && b[i] != '>') ++i;
-    t.name = std::string_view(b + p + 1, i - p - 1);
+    t.name = std::string_view(b + p + 2, i - p - 2);
     return FindEnd(b, n, p + 2, "?>", t);
   }
   const bool end = c == '/';
@@ -319,6 +592,22 @@ class StreamReader {
         Refill(depth > 0, rowStart);
         continue;
       }
+      if (state == State::Root && depth == 0 && retryAt_ != base_ + p_) {
+        const char* rowEnd = nullptr;
+        const auto plain = plain_.Parse(b + p_, b + end_, encoding_ == pugi::encoding_latin1, rowEnd);
+        if (plain == PlainRow::Result::Ok) {
+          leaves.SeeRecord();
+          rows.AddPlainRow(plain_, table);
+          p_ = static_cast<size_t>(rowEnd - b);
+          continue;
+        }
+        if (plain == PlainRow::Result::NeedMore && !eof_) {
+          // Once more with more bytes; a row that still runs on is scanned.
+          retryAt_ = base_ + p_;
+          Refill(false, rowStart);
+          continue;
+        }
+      }
       Token t;
       const Scan scan = ScanMarkup(b, end_, p_, t, why);
       if (scan == Scan::Bad) Malformed(source_, why, base_ + p_);
@@ -338,7 +627,7 @@ class StreamReader {
       }
       switch (state) {
         case State::Prolog:
-          if (first && t.kind == Markup::PI && t.name == "?xml") {
+          if (first && t.kind == Markup::PI && t.name == "xml") {
             encoding_ = EncodingFromDeclaration(std::string_view(b + at, t.end - at));
           }
           if (t.kind == Markup::EndTag || t.kind == Markup::CData) Malformed(source_, "no root element", base_ + at);
@@ -407,6 +696,14 @@ class StreamReader {
   }
 
   void Row(Table& table, RowBuilder& rows, LeafRows& leaves, size_t from, size_t to) {
+    const char* rowEnd = nullptr;
+    if (plain_.Parse(buf_.data() + from, buf_.data() + to, encoding_ == pugi::encoding_latin1, rowEnd) ==
+            PlainRow::Result::Ok &&
+        rowEnd == buf_.data() + to) {
+      leaves.SeeRecord();
+      rows.AddPlainRow(plain_, table);
+      return;
+    }
     const pugi::xml_parse_result r = doc_.load_buffer_inplace(buf_.data() + from, to - from, kParseOptions, encoding_);
     if (!r) Malformed(source_, r.description(), base_ + from + static_cast<uint64_t>(r.offset));
     const pugi::xml_node element = doc_.document_element();
@@ -422,13 +719,16 @@ class StreamReader {
   uint64_t base_ = 0;  // file offset of buf_[0]
   bool eof_ = false;
   bool first_ = true;
+  uint64_t retryAt_ = UINT64_MAX;  // file offset of a row already tried with more bytes
   pugi::xml_encoding encoding_ = pugi::encoding_utf8;
   pugi::xml_document doc_;
+  PlainRow plain_;
 };
 
-std::shared_ptr<Table> FromDocument(const pugi::xml_document& doc, const std::shared_ptr<StringPool>& pool) {
+std::shared_ptr<Table> FromDocument(const pugi::xml_document& doc, const std::shared_ptr<StringPool>& pool,
+                                    const std::vector<std::string>* keep) {
   auto table = NewTable(pool);
-  RowBuilder rows(pool);
+  RowBuilder rows(pool, keep);
   LeafRows leaves;
   for (pugi::xml_node c = doc.document_element().first_child(); c; c = c.next_sibling()) {
     if (c.type() != pugi::node_element) continue;
@@ -455,10 +755,11 @@ namespace {
 // Streams `file`; when it turns out to be UTF-16 or UTF-32, `whole` parses
 // the document in one piece instead.
 template <class Whole>
-RecordsetRef ReadStream(std::FILE* file, const std::string& source, Whole&& whole) {
+RecordsetRef ReadStream(std::FILE* file, const std::string& source, Whole&& whole,
+                        const std::vector<std::string>* keep = nullptr) {
   auto pool = std::make_shared<StringPool>();
   auto table = NewTable(pool);
-  RowBuilder rows(pool);
+  RowBuilder rows(pool, keep);
   LeafRows leaves;
   {
     StreamReader reader(file, source);
@@ -470,15 +771,32 @@ RecordsetRef ReadStream(std::FILE* file, const std::string& source, Whole&& whol
   const pugi::xml_parse_result r = whole(doc);
   if (!r) Malformed(source, r.description(), static_cast<uint64_t>(r.offset));
   if (!doc.document_element()) Malformed(source, "no root element", 0);
-  return Wrap(FromDocument(doc, pool));
+  return Wrap(FromDocument(doc, pool, keep));
+}
+
+RecordsetRef ReadFile(const std::string& path, const std::vector<std::string>* keep) {
+  std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
+  if (!file) Raise(aderr::kOpeningFile, "The file " + path + " could not be opened: " + std::strerror(errno));
+  return ReadStream(
+      file.get(), path, [&](pugi::xml_document& doc) { return doc.load_file(path.c_str(), kParseOptions); }, keep);
 }
 
 }  // namespace
 
-RecordsetRef ReadXmlRecordset(const std::string& path) {
-  std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
-  if (!file) Raise(aderr::kOpeningFile, "The file " + path + " could not be opened: " + std::strerror(errno));
-  return ReadStream(file.get(), path, [&](pugi::xml_document& doc) { return doc.load_file(path.c_str(), kParseOptions); });
+RecordsetRef ReadXmlRecordset(const std::string& path) { return ReadFile(path, nullptr); }
+
+RecordsetRef ReadXmlRecordset(const std::string& path, const std::vector<std::string>& keepFields) {
+  return ReadFile(path, &keepFields);
+}
+
+RecordsetRef ReadXmlRecordset(std::FILE* stream, const std::string& name, const std::vector<std::string>* keepFields) {
+  if (stream == nullptr) Raise(aderr::kOpeningFile, "The stream " + name + " could not be opened");
+  return ReadStream(
+      stream, name,
+      [&](pugi::xml_document&) -> pugi::xml_parse_result {
+        Raise(aderr::kReadFile, "The XML stream " + name + " is in UTF-16 or UTF-32, which is read from files only");
+      },
+      keepFields);
 }
 
 RecordsetRef ReadXmlRecordsetFromText(std::string_view xml) {

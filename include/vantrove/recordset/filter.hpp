@@ -13,8 +13,8 @@
 // its end or both (contains, ends with, starts with); anywhere else they are
 // an error. A number or date compares numerically with a field whose text
 // reads as one, and as text otherwise. "= NULL" matches Null and empty
-// cells, "<> NULL" the others; every other comparison with a Null cell is
-// false.
+// cells, "<> NULL" the others; every other comparison with a Null or empty
+// cell is false.
 //
 // Parse errors and unknown fields raise run-time error 3001 whose
 // description names the problem and where it is.
