@@ -253,6 +253,9 @@ TEST_F(BlockAttributes, OneRowPerReferenceOneColumnPerTag) {
   // Paper space is the *Paper_Space block only: Sheet A, not Sheet B.
   ASSERT_EQ(v_.CreateBlockAttributeArray(array_, dwgPaper, "", "TITLE", "", dwgNone, false), 1);
   EXPECT_EQ(Rows(array_), (Table{{"S-1", "D", "9", "(empty)"}}));
+  ASSERT_EQ(v_.CreateBlockAttributeArray(array_, dwgPaper, "Sheet A", "TITLE", "", dwgNone, false), 1);
+  EXPECT_EQ(Rows(array_), (Table{{"S-1", "D", "9", "(empty)"}}));
+  EXPECT_EQ(v_.CreateBlockAttributeArray(array_, dwgPaper, "Sheet B", "", "", dwgNone, false), 0);  // nothing left
   ASSERT_EQ(v_.CreateBlockAttributeArray(array_, dwgBoth, " Sheet B ", "", "", dwgNone, false), 1);
   EXPECT_EQ(Rows(array_), (Table{{"S-2", "E", "10", "(empty)"}}));
   ASSERT_EQ(v_.CreateBlockAttributeArray(array_, dwgBoth, "", "", "notes", dwgNone, true), 1);

@@ -282,7 +282,7 @@ INSTANTIATE_TEST_SUITE_P(Drawings, CorpusExtract, ::testing::ValuesIn(CorpusDxfF
                          });
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(CorpusExtract);
 
-TEST(CorpusPresence, SharedCorpusIsAvailable) {
+TEST(ExtractCorpusPresence, SharedCorpusIsAvailable) {
   if (CorpusDxfFiles().empty()) GTEST_SKIP() << "corpus not present at " << Corpus() << ": corpus tests skipped";
   EXPECT_GE(CorpusDxfFiles().size(), 30u);
 }

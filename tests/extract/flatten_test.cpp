@@ -174,6 +174,39 @@ TEST(Flatten, MissingSourceAbsentChapterAndTwin) {
   EXPECT_EQ(v.Web_FlattenXMLfile(source, target, bad, field), -2);
 }
 
+TEST(Flatten, LineTestsAndTheCustomBlockLimit) {
+  TempDir dir;
+  std::vector<std::string_view> lines = {"<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>", "", "<Drawing>",
+                                         "<DrawingInformation>",
+                                         "<DatabaseFilename>C:\\plans\\site\\a.dwg</DatabaseFilename>",
+                                         "<Custom>"};
+  std::vector<std::string> custom;
+  for (int i = 1; i <= 22; ++i) custom.push_back("<P" + std::to_string(i) + ">x</P" + std::to_string(i) + ">");
+  for (const std::string& c : custom) lines.push_back(c);
+  for (std::string_view l : {"</Custom>", "</DrawingInformation>", "<TextLiterals>", "<LayoutName name='Model'>",
+                             "<Block name='*Model_Space'>", "<Text>", "<Value>a</Value>", "</Text>", "</block>",
+                             "  <Block>  ", "<Name>B2</Name>", "<Text>", "<Value>b</Value>", "</Text>", "</Block>",
+                             "</LayoutName>", "</TextLiterals>", "</Drawing>"}) {
+    lines.push_back(l);
+  }
+  std::string text;
+  for (std::string_view l : lines) text.append(l).append("\r\n");
+  WriteText(dir / "d.xml", text);
+  clsVantrove v;
+  ASSERT_EQ(v.FlattenXMLfile(dir / "d.xml", dir / "info.xml", dwgDrawingInfo, dwgNone), 1);
+  // The custom block is dropped for 20 lines only; what follows is read as usual.
+  EXPECT_EQ(ReadText(dir / "info.xml"),
+            kHead + CrLf({"<DrawingInformation>", "<DatabaseFilename>C:\\plans\\site\\a.dwg</DatabaseFilename>",
+                          "<P21>x</P21>", "<P22>x</P22>", "</Custom>", "</DrawingInformation>"}));
+  // Both separators split the drawing's path; "</block>" is not the exact
+  // line "</Block>" and stays, "  <Block>  " trimmed opens a block.
+  ASSERT_EQ(v.FlattenXMLfile(dir / "d.xml", dir / "text.xml", dwgText, dwgPathAndDrawing), 1);
+  const std::string flat = ReadText(dir / "text.xml");
+  EXPECT_NE(flat.find("<DrawingPath>C:\\plans\\site</DrawingPath>\r\n<Drawing>a.dwg</Drawing>"), std::string::npos);
+  EXPECT_NE(flat.find("</Text>\r\n</block>\r\n<Text>"), std::string::npos);
+  EXPECT_NE(flat.find("<Block>B2</Block>\r\n<Layout>Model</Layout>\r\n\r\n<Value>b</Value>"), std::string::npos);
+}
+
 // ---- Network paths -------------------------------------------------------------------------
 
 class NetworkPaths : public ::testing::Test {
