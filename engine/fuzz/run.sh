@@ -15,5 +15,5 @@ if [ -d ../shared/corpus/dxf ]; then
 fi
 dict=$PWD/engine/fuzz/dxf.dict
 cd build/fuzz  # libFuzzer writes its job logs into the working folder
-bin/dxf_fuzzer corpus -jobs=1 -max_len=65536 -rss_limit_mb=2048 -timeout=10 \
+bin/dxf_fuzzer corpus -jobs=1 -max_len=16384 -rss_limit_mb=2048 -timeout=10 \
   -max_total_time="$seconds" -artifact_prefix=crashes/ -dict="$dict"

@@ -197,6 +197,8 @@ TEST(DxfReaderBadInput, StructuralFaults) {
   EXPECT_NE(status.message.find("ENTITIES section"), std::string::npos) << status.Text();
   // A code without its value line.
   EXPECT_EQ(ReadString(entities + "0\nENDSEC\n0").code, StatusCode::kDamaged);
+  // A UTF-8 byte order mark before the first group is accepted.
+  EXPECT_TRUE(ReadString("\xEF\xBB\xBF" + entities + "0\nENDSEC\n0\nEOF\n").ok());
   // Missing EOF is repaired, with a warning.
   Document doc;
   ASSERT_TRUE(ReadText(entities + "0\nENDSEC\n", doc).ok());

@@ -39,6 +39,8 @@ Tokenizer::Tokenizer(const char* data, size_t size, TextArena& arena) : data_(da
     pos_ = kBinarySentinel.size();
     // The first group is (0, "SECTION"): one code byte in R12 files, two later.
     one_byte_codes_ = pos_ + 1 < size_ && data_[pos_] == 0 && data_[pos_ + 1] != 0;
+  } else if (size_ >= 3 && std::memcmp(data_, "\xEF\xBB\xBF", 3) == 0) {
+    pos_ = 3;  // a UTF-8 byte order mark some writers put first
   }
 }
 
