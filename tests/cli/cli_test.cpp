@@ -1,5 +1,6 @@
 // Runs the built vantrove tool as a user would and reads what it prints.
 #include <gtest/gtest.h>
+#include <unistd.h>
 #include <sys/wait.h>
 
 #include <array>
@@ -19,7 +20,8 @@ struct Outcome {
 
 // Runs `vantrove ARGS` with `input` on stdin; stderr is discarded.
 Outcome Vantrove(const std::string& args, const std::string& input = "") {
-  const std::string in = testing::TempDir() + "cli-input.txt";
+  // One input file per test process: ctest runs tests side by side.
+  const std::string in = testing::TempDir() + "cli-input-" + std::to_string(::getpid()) + ".txt";
   std::ofstream(in, std::ios::binary) << input;
   const std::string cmd = std::string("'") + VANTROVE_CLI + "' " + args + " < '" + in + "' 2>/dev/null";
   Outcome r;
@@ -29,6 +31,7 @@ Outcome Vantrove(const std::string& args, const std::string& input = "") {
   size_t n;
   while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) r.out.append(buf.data(), n);
   const int st = pclose(p);
+  std::remove(in.c_str());
   r.status = WIFEXITED(st) ? WEXITSTATUS(st) : -1;
   return r;
 }
