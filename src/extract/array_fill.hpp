@@ -34,10 +34,6 @@ void FillArray(Recordset& rs, bool headings, SafeArray& arr, const Selection& se
 // The names of the selected fields of `rs` in column order.
 std::vector<std::string> SelectedNames(const Recordset& rs, const Selection& selection);
 
-// Opens a recordset on an XML file through the first XML provider
-// connection string that is accepted; nullptr when none is.
-RecordsetRef OpenXmlProviderRecordset(const std::string& file);
-
 // The XML-file-to-array pipeline (description, flattening, recordset,
 // filter, fill). `columns`, when given, receives the filled columns' names.
 int16_t XmlFileToArray(clsVantrove& self, const std::string& file, int32_t chapter, Variant& varArray, bool headings,

@@ -98,22 +98,6 @@ std::vector<std::string> SelectedNames(const Recordset& rs, const Selection& sel
   return names;
 }
 
-RecordsetRef OpenXmlProviderRecordset(const std::string& file) {
-  RecordsetRef rs = Recordset::Create();
-  bool connected = false;
-  for (const std::string& connection : XmlProviderConnectionStrings()) {
-    try {
-      rs->SetActiveConnection(Variant(connection));
-      connected = true;
-      break;
-    } catch (const RuntimeError&) {
-    }
-  }
-  if (!connected) return nullptr;
-  rs->Open(Variant(file));
-  return rs;
-}
-
 int16_t XmlFileToArray(clsVantrove& self, const std::string& file, int32_t chapter, Variant& varArray, bool headings,
                        const std::string& filter, const Variant& varFields, int32_t drawingField,
                        std::vector<std::string>* columns) {
