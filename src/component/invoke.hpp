@@ -175,5 +175,7 @@ void RegisterDrawingInvokers(InvokerTable& t);
 void RegisterDrawingExportAndEditInvokers(InvokerTable& t);
 void RegisterOutputInvokers(InvokerTable& t);
 void RegisterArraysInvokers(InvokerTable& t);
+// Reading the description: flattening, arrays, recordsets, block attributes.
+void RegisterExtractInvokers(InvokerTable& t);
 
 }  // namespace vantrove::detail

@@ -11,6 +11,7 @@ InvokerTable Build() {
   RegisterOutputInvokers(t);
   RegisterArraysInvokers(t);
   RegisterDrawingExportAndEditInvokers(t);
+  RegisterExtractInvokers(t);
   return t;
 }
 }  // namespace

@@ -1,5 +1,6 @@
 // Runs the built vantrove tool as a user would and reads what it prints.
 #include <gtest/gtest.h>
+#include <unistd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
