@@ -121,6 +121,28 @@ class clsVantrove {
   std::string SetReferenceFilePath(const std::string& strReferenceFilePath, const std::string& strReferenceName);
   std::string Web_SetReferenceFilePath(Variant& strReferenceFilePath, Variant& strReferenceName);
 
+  // ---- Extraction: XML description, flattening, arrays and recordsets ------
+  void FixXML(Variant& strFile);
+  int16_t FlattenXMLfile(const std::string& strSourceXMLFile, const std::string& strTargetXMLFile,
+                         ChapterType lngChapter, DrawingFieldType lngDrawingField = dwgNone);
+  int16_t Web_FlattenXMLfile(Variant& strSourceXMLFile, Variant& strTargetXMLFile, Variant& lngChapter,
+                             Variant& lngDrawingField);
+  int16_t XMLfileToArray(const std::string& strXMLFile, ChapterType lngChapter, Variant& varArray,
+                         bool blnIncludeHeadings = false, const std::string& strFilter = "",
+                         const Variant& varFields = Variant::Missing(), DrawingFieldType lngDrawingField = dwgNone);
+  int16_t Web_XMLfileToArray(Variant& strXMLFile, Variant& lngChapter, Variant& varArray, Variant& blnIncludeHeadings,
+                             Variant& strFilter, Variant& varFields, Variant lngDrawingField);
+  int16_t CreateBlockAttributeArray(Variant& vArr, DrawingSpaceType lngDrawingSpace = dwgBoth,
+                                    const std::string& strLayout = "", const std::string& strBlock = "",
+                                    const std::string& strLayer = "", DrawingFieldType lngDrawingField = dwgNone,
+                                    bool blnIncludeHeadings = true, const Variant& varAttributeTags = Variant::Missing());
+  int16_t Web_CreateBlockAttributeArray(Variant& vArr, Variant& strFilter, Variant lngDrawingField,
+                                        Variant& blnIncludeHeadings);
+  int16_t FlatXMLfileToArray(const std::string& strXMLFile, Variant& varArray, bool blnIncludeHeadings = false);
+  int16_t Web_FlatXMLfileToArray(Variant& strXMLFile, Variant& varArray, Variant& blnIncludeHeadings);
+  int32_t XMLFileToRecordset(const std::string& strXMLFile, const ObjectRef& objRecd);
+  int32_t Web_XMLFileToRecordset(Variant& strXMLFile, Variant& objRecd);
+
   // ---- Instance state, for the drawing methods and tests -------------------
   bool drawing_open() const { return drawingOpen_; }
   bool component_missing() const { return componentMissing_; }

@@ -173,5 +173,7 @@ void RegisterComponentInvokers(InvokerTable& t);
 void RegisterDrawingInvokers(InvokerTable& t);
 // Saving, DXF export and edits by handle.
 void RegisterDrawingExportAndEditInvokers(InvokerTable& t);
+// Reading the description: flattening, arrays, recordsets, block attributes.
+void RegisterExtractInvokers(InvokerTable& t);
 
 }  // namespace vantrove::detail

@@ -8,6 +8,7 @@ InvokerTable Build() {
   InvokerTable t;
   RegisterComponentInvokers(t);
   RegisterDrawingInvokers(t);
+  RegisterExtractInvokers(t);
   return t;
 }
 }  // namespace
