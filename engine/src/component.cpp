@@ -10,12 +10,13 @@
 #include "vantrove/engine/document.hpp"
 #include "vantrove/engine/dwg_reader.hpp"
 #include "vantrove/engine/dxf_reader.hpp"
+#include "vantrove/engine/dxf_writer.hpp"
+#include "vantrove/engine/edits.hpp"
 #include "vantrove/engine/status.hpp"
 
 namespace vantrove::engine {
 
 namespace {
-constexpr const char* kNotAvailable = "1900:This operation is not available in this build of the drawing engine";
 
 std::string Lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
@@ -27,9 +28,30 @@ std::string Lower(std::string text) {
 struct DrawingComponent::Impl {
   std::string status = Status::Ok().Text();
   std::unique_ptr<Document> document;
+  std::unique_ptr<DrawingEditor> editor;
 
   void Set(const Status& s) { status = s.Text(); }
+  // Runs an edit on the open drawing and keeps its status.
+  template <class Edit>
+  void RunEdit(Edit&& edit) {
+    if (!document) {
+      Set(Status::Error(StatusCode::kNoDrawingOpen, "No drawing is open"));
+      return;
+    }
+    try {
+      if (!editor) editor = std::make_unique<DrawingEditor>(*document);
+      Set(edit(*editor));
+    } catch (const std::bad_alloc&) {
+      Set(Status::Error(StatusCode::kFileTooLarge, "Not enough memory for the edit"));
+    } catch (const std::exception& e) {
+      Set(Status::Error(StatusCode::kDamaged, std::string("The edit failed (") + e.what() + ")"));
+    }
+  }
 };
+
+namespace {
+std::string CutAtNul(const std::string& text) { return text.substr(0, text.find('\0')); }
+}  // namespace
 
 DrawingComponent::DrawingComponent() : impl_(std::make_unique<Impl>()) {}
 DrawingComponent::~DrawingComponent() = default;
@@ -37,6 +59,7 @@ DrawingComponent::~DrawingComponent() = default;
 void DrawingComponent::OpenDrawing(int32_t& result, const std::string& path_in, const std::string&) {
   result = 0;
   try {
+    impl_->editor.reset();
     impl_->document.reset();
     const std::string path = path_in.substr(0, path_in.find('\0'));
     std::error_code error;
@@ -69,6 +92,7 @@ void DrawingComponent::CloseDrawing() {
     impl_->Set(Status::Error(StatusCode::kNoDrawingOpen, "No drawing is open"));
     return;
   }
+  impl_->editor.reset();
   impl_->document.reset();
   impl_->Set(Status::Ok());
 }
@@ -97,14 +121,72 @@ void DrawingComponent::WriteXmlDescription(const std::string& path, int32_t bloc
 }
 
 void DrawingComponent::LastStatus(std::string& status) const { status = impl_->status; }
-void DrawingComponent::SaveAs(const std::string&, int32_t) { impl_->status = kNotAvailable; }
-void DrawingComponent::WriteDxf(const std::string&, int32_t, int32_t) { impl_->status = kNotAvailable; }
-void DrawingComponent::SetAttributeValue(const std::string&, const std::string&) { impl_->status = kNotAvailable; }
-void DrawingComponent::SetXrefPath(const std::string&, const std::string&) { impl_->status = kNotAvailable; }
-void DrawingComponent::SetImagePath(const std::string&, const std::string&) { impl_->status = kNotAvailable; }
-void DrawingComponent::SetLayerState(const std::string&, int32_t, int32_t) { impl_->status = kNotAvailable; }
-void DrawingComponent::SetTextValue(const std::string&, const std::string&) { impl_->status = kNotAvailable; }
-void DrawingComponent::DeleteObject(const std::string&) { impl_->status = kNotAvailable; }
+void DrawingComponent::SaveAs(const std::string& path_in, int32_t version) {
+  const std::string path = CutAtNul(path_in);
+  if (!impl_->document) {
+    impl_->Set(Status::Error(StatusCode::kNoDrawingOpen, "No drawing is open: cannot save " + path));
+    return;
+  }
+  const std::string extension = path.size() >= 4 ? Lower(path.substr(path.size() - 4)) : std::string();
+  if (extension == ".dwg") {
+    impl_->Set(Status::Error(StatusCode::kDwgWriteNotSupported, "Writing DWG files is not supported yet: " + path));
+    return;
+  }
+  if (extension != ".dxf") {
+    impl_->Set(Status::Error(StatusCode::kInvalidSaveType,
+                             "Invalid file type, the drawing can be saved as .dxf (or .dwg): " + path));
+    return;
+  }
+  DxfWriteOptions options;
+  options.version = version;
+  options.binary = impl_->document->format == DrawingFormat::kDxfBinary;
+  try {
+    impl_->Set(WriteDxfFile(*impl_->document, options, path));
+  } catch (const std::exception& e) {
+    impl_->Set(Status::Error(StatusCode::kCannotWriteFile, std::string("Cannot write the file (") + e.what() + "): " + path));
+  }
+}
+
+void DrawingComponent::WriteDxf(const std::string& path_in, int32_t precision, int32_t version) {
+  const std::string path = CutAtNul(path_in);
+  if (!impl_->document) {
+    impl_->Set(Status::Error(StatusCode::kNoDrawingOpen, "No drawing is open: cannot write " + path));
+    return;
+  }
+  DxfWriteOptions options;
+  options.version = version;
+  options.precision = precision;
+  try {
+    impl_->Set(WriteDxfFile(*impl_->document, options, path));
+  } catch (const std::exception& e) {
+    impl_->Set(Status::Error(StatusCode::kCannotWriteFile, std::string("Cannot write the file (") + e.what() + "): " + path));
+  }
+}
+
+void DrawingComponent::SetAttributeValue(const std::string& value, const std::string& handle) {
+  impl_->RunEdit([&](DrawingEditor& e) { return e.SetAttributeValue(value, handle); });
+}
+
+void DrawingComponent::SetXrefPath(const std::string& path, const std::string& name) {
+  impl_->RunEdit([&](DrawingEditor& e) { return e.SetXrefPath(path, name); });
+}
+
+void DrawingComponent::SetImagePath(const std::string& path, const std::string& handle) {
+  impl_->RunEdit([&](DrawingEditor& e) { return e.SetImagePath(path, handle); });
+}
+
+void DrawingComponent::SetLayerState(const std::string& name, int32_t state, int32_t mode) {
+  impl_->RunEdit([&](DrawingEditor& e) { return e.SetLayerState(name, state, mode); });
+}
+
+void DrawingComponent::SetTextValue(const std::string& text, const std::string& handle) {
+  impl_->RunEdit([&](DrawingEditor& e) { return e.SetTextValue(text, handle); });
+}
+
+void DrawingComponent::DeleteObject(const std::string& handle) {
+  impl_->RunEdit([&](DrawingEditor& e) { return e.DeleteObject(handle); });
+}
+
 const Document* DrawingComponent::document() const { return impl_->document.get(); }
 
 std::string ModuleFile() {

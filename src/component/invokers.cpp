@@ -9,6 +9,7 @@ InvokerTable Build() {
   RegisterComponentInvokers(t);
   RegisterDrawingInvokers(t);
   RegisterExtractInvokers(t);
+  RegisterDrawingExportAndEditInvokers(t);
   return t;
 }
 }  // namespace

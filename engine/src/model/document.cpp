@@ -225,7 +225,8 @@ Object* Document::Find(Handle handle) const {
   if (handle == kNoHandle) return nullptr;
   auto it = std::lower_bound(handle_index_.begin(), handle_index_.end(), std::make_pair(handle, uint32_t{0}));
   if (it == handle_index_.end() || it->first != handle) return nullptr;
-  return all_[it->second].get();
+  Object* object = all_[it->second].get();
+  return object->erased ? nullptr : object;
 }
 
 Object* Document::Find(std::string_view hex_handle) const {

@@ -66,6 +66,7 @@ class Object {
   Section section = Section::kNone;
   bool handle_assigned = false;  // the file had no handle; the engine gave one
   bool synthesized = false;      // made by the engine (missing default); not in the file
+  bool erased = false;           // deleted by an edit: in no list, found by no look-up
 
  private:
   ObjectKind kind_;

@@ -9,6 +9,8 @@ namespace vantrove::engine {
 
 enum class StatusCode : int {
   kOk = 1000,
+  // Done, but the target could not hold everything: the message lists what was left out.
+  kWrittenWithLosses = 1002,
   // Opening a drawing.
   kFileNotFound = 1101,
   kInvalidFileType = 1102,
@@ -20,7 +22,22 @@ enum class StatusCode : int {
   kUnsupportedVersion = 1204,
   // Working on the open drawing.
   kNoDrawingOpen = 1301,
+  kInvalidHandle = 1302,       // empty, or not 1 to 16 hexadecimal digits
+  kHandleNotFound = 1303,
+  kWrongObjectKind = 1304,
+  kLayerNotFound = 1305,
+  kXrefNotFound = 1306,
+  kInvalidLayerState = 1307,
+  kInvalidLayerMode = 1308,
+  kCannotDelete = 1309,        // the object is part of another one (VERTEX, SEQEND, ENDBLK, ...)
+  // Writing files.
   kCannotWriteFile = 1401,
+  kUnknownVersion = 1402,
+  kFolderNotFound = 1403,
+  kFolderNotWritable = 1404,
+  kDwgWriteNotSupported = 1405,
+  kInvalidSaveType = 1406,
+  kInvalidPrecision = 1407,
   kNotAvailable = 1900,
 };
 
