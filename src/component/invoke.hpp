@@ -175,5 +175,7 @@ void RegisterDrawingInvokers(InvokerTable& t);
 void RegisterDrawingExportAndEditInvokers(InvokerTable& t);
 // Reading the description: flattening, arrays, recordsets, block attributes.
 void RegisterExtractInvokers(InvokerTable& t);
+// Find-and-modify.
+void RegisterFindInvokers(InvokerTable& t);
 
 }  // namespace vantrove::detail

@@ -10,6 +10,7 @@ InvokerTable Build() {
   RegisterDrawingInvokers(t);
   RegisterExtractInvokers(t);
   RegisterDrawingExportAndEditInvokers(t);
+  RegisterFindInvokers(t);
   return t;
 }
 }  // namespace
