@@ -11,6 +11,8 @@ packages=(
   libicu-dev libcli11-dev nlohmann-json3-dev libpugixml-dev libzip-dev zlib1g-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev python3-ezdxf
+  # clipboard tests on a virtual X server
+  xvfb xclip xsel x11-utils
 )
 
 missing=()

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -195,6 +196,93 @@ class clsVantrove {
   int32_t Web_FindAndReplaceExternalRefPaths(Variant& strTextToFind, Variant& strReplaceText,
                                              Variant& blnFindWholeWordOnly, Variant& blnReplaceWholeValue,
                                              Variant& blnMatchCase, Variant& strFilter);
+  // ---- Output: text, clipboard, text files, HTML ---------------------------
+  // Results: 1 done, -1 varArray holds no array, 0 a run-time error.
+  int16_t TwoDArrayToText(const Variant& varArray, std::string& strText, std::string& strDelimiter,
+                          std::string& strEndOfRowChar, bool blnQuotes = false);
+  int16_t Web_TwoDArrayToText(const Variant& varArray, Variant& strText, Variant& strDelimiter,
+                              Variant& strEndOfRowChar, const Variant& blnQuotes = Variant(false));
+  int16_t TwoDArrayToClipboard(const Variant& varArray, std::string& strDelimiter, std::string& strEndOfRowChar,
+                               bool blnQuotes = false);
+  int16_t Web_TwoDArrayToClipboard(const Variant& varArray, Variant& strDelimiter, Variant& strEndOfRowChar,
+                                   const Variant& blnQuotes = Variant(false));
+  int16_t TwoDArrayToTextFile(const Variant& varArray, const std::string& strTextFile,
+                              const std::string& strDelimiter = ",", bool blnQuotes = false, bool blnAppend = false);
+  int16_t Web_TwoDArrayToTextFile(const Variant& varArray, const Variant& strTextFile,
+                                  const Variant& strDelimiter = Variant(","), const Variant& blnQuotes = Variant(false));
+  int16_t OneDArrayToText(const Variant& varArray, std::string& strText, std::string& strEndOfRowChar,
+                          const std::string& strEndOfArrayChar = "", bool blnQuotes = false);
+  int16_t OneDArrayToClipboard(const Variant& varArray, std::string& strEndOfRowChar,
+                               const std::string& strEndOfArrayChar = "", bool blnQuotes = false);
+  int16_t OneDArrayToTextFile(const Variant& varArray, const std::string& strTextFile, bool blnQuotes = false);
+
+  int16_t TwoDArrayToHTMLTable(const Variant& varArray, std::string& strTable, TableAlignType lngTableAlign = dwgCenter,
+                               const std::string& strBackground = "", const std::string& strBackgroundColor = "",
+                               int16_t intBorder = 0, const std::string& strBorderColor = "",
+                               int16_t intCellSpacing = 0, int16_t intCellPadding = 0, int16_t intWidthPct = 100,
+                               TableAlignType lngTableCellAlign = dwgRight, bool blnWrapCellData = false,
+                               bool blnBoldFirstRow = false, bool blnBoldFirstColumn = false);
+  int16_t Web_TwoDArrayToHTMLTable(
+      const Variant& varArray, Variant& strTable, const Variant& lngTableAlign = Variant(int16_t{1}),
+      const Variant& strBackground = Variant(""), const Variant& strBackgroundColor = Variant(""),
+      const Variant& intBorder = Variant(int16_t{0}), const Variant& strBorderColor = Variant(""),
+      const Variant& intCellSpacing = Variant(int16_t{0}), const Variant& intCellPadding = Variant(int16_t{0}),
+      const Variant& intWidthPct = Variant(int16_t{100}), const Variant& lngTableCellAlign = Variant(int16_t{2}),
+      const Variant& blnWrapCellData = Variant(false), const Variant& blnBoldFirstRow = Variant(false),
+      const Variant& blnBoldFirstColumn = Variant(false));
+  int16_t TwoDArrayToHTMLFile(const Variant& varArray, const std::string& strHTMLFile,
+                              const std::string& strPageHeading = "", const std::string& strPageTitle = "",
+                              const std::string& strPageBackground = "", const std::string& strPageBackgroundColor = "",
+                              TableAlignType lngTableAlign = dwgCenter, const std::string& strBackground = "",
+                              const std::string& strBackgroundColor = "", int16_t intBorder = 0,
+                              const std::string& strBorderColor = "", int16_t intCellSpacing = 0,
+                              int16_t intCellPadding = 0, int16_t intWidthPct = 100,
+                              TableAlignType lngTableCellAlign = dwgRight, bool blnWrapCellData = false,
+                              bool blnBoldFirstRow = false, bool blnBoldFirstColumn = false);
+  int16_t Web_TwoDArrayToHTMLFile(
+      const Variant& varArray, const Variant& strHTMLFile, const Variant& strPageHeading = Variant(""),
+      const Variant& strPageTitle = Variant(""), const Variant& strPageBackground = Variant(""),
+      const Variant& strPageBackgroundColor = Variant(""), const Variant& lngTableAlign = Variant(int16_t{1}),
+      const Variant& strBackground = Variant(""), const Variant& strBackgroundColor = Variant(""),
+      const Variant& intBorder = Variant(int16_t{0}), const Variant& strBorderColor = Variant(""),
+      const Variant& intCellSpacing = Variant(int16_t{0}), const Variant& intCellPadding = Variant(int16_t{0}),
+      const Variant& intWidthPct = Variant(int16_t{100}), const Variant& lngTableCellAlign = Variant(int16_t{2}),
+      const Variant& blnWrapCellData = Variant(false), const Variant& blnBoldFirstRow = Variant(false),
+      const Variant& blnBoldFirstColumn = Variant(false));
+  int16_t OneDArrayToHTMLTable(const Variant& varArray, std::string& strTable, TableAlignType lngTableAlign = dwgCenter,
+                               const std::string& strBackground = "", const std::string& strBackgroundColor = "",
+                               int16_t intBorder = 0, const std::string& strBorderColor = "",
+                               int16_t intCellSpacing = 0, int16_t intCellPadding = 0, int16_t intWidthPct = 100,
+                               TableAlignType lngTableCellAlign = dwgRight, bool blnWrapCellData = false,
+                               bool blnBoldFirstRow = false);
+  int16_t OneDArrayToHTMLFile(const Variant& varArray, const std::string& strHTMLFile,
+                              const std::string& strPageHeading = "", const std::string& strPageTitle = "",
+                              const std::string& strPageBackground = "", const std::string& strPageBackgroundColor = "",
+                              TableAlignType lngTableAlign = dwgCenter, const std::string& strBackground = "",
+                              const std::string& strBackgroundColor = "", int16_t intBorder = 0,
+                              const std::string& strBorderColor = "", int16_t intCellSpacing = 0,
+                              int16_t intCellPadding = 0, int16_t intWidthPct = 100,
+                              TableAlignType lngTableCellAlign = dwgRight, bool blnWrapCellData = false,
+                              bool blnBoldFirstRow = false);
+
+  // ---- Arrays: sorting and delimited text ---------------------------------
+  // Sorting: 1 sorted, -1 not an array, 0 a run-time error; SortTwoDArray also
+  // -2 a key column that is not a number, -3 one outside the column bounds,
+  // -4 an order word other than "asc" or "dec". SortOrder holds the key list.
+  int16_t SortOneDArray(Variant& varArray, SortOrderType lngSortOrder = dwgAscending);
+  int16_t SortTwoDArray(Variant& arrArray, bool blnDoNotIncludeFirstRow, std::span<Variant> SortOrder = {});
+  int16_t Web_SortTwoDArray(Variant& arrArray, const Variant& blnDoNotIncludeFirstRow,
+                            std::span<Variant> SortOrder = {});
+  // Readers: see each one's result codes in src/arrays/text_readers.cpp.
+  int16_t TextFileToArray(const std::string& strTextFile, Variant& varArray, const std::string& strDelimiter,
+                          bool blnRemoveQuotes = false);
+  int16_t Web_TextFileToArray(const Variant& strTextFile, Variant& varArray, const Variant& strDelimiter = Variant(""),
+                              const Variant& blnRemoveQuotes = Variant(false));
+  // Reads the lines into varArray, each one through strTextFile: afterwards
+  // the caller's path variable holds the file's last line.
+  int16_t TextFileToOneDArray(std::string& strTextFile, Variant& varArray);
+  int16_t MultiLineTextToOneDArray(const std::string& strText, Variant& varArray, const std::string& strDelimiter = "");
+  int16_t TextBoxToOneDArray(const ObjectRef& tb, Variant& varArray);
 
   // ---- Instance state, for the drawing methods and tests -------------------
   bool drawing_open() const { return drawingOpen_; }

@@ -177,5 +177,7 @@ void RegisterDrawingExportAndEditInvokers(InvokerTable& t);
 void RegisterExtractInvokers(InvokerTable& t);
 // Find-and-modify.
 void RegisterFindInvokers(InvokerTable& t);
+void RegisterOutputInvokers(InvokerTable& t);
+void RegisterArraysInvokers(InvokerTable& t);
 
 }  // namespace vantrove::detail

@@ -11,6 +11,8 @@ InvokerTable Build() {
   RegisterExtractInvokers(t);
   RegisterDrawingExportAndEditInvokers(t);
   RegisterFindInvokers(t);
+  RegisterOutputInvokers(t);
+  RegisterArraysInvokers(t);
   return t;
 }
 }  // namespace

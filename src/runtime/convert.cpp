@@ -105,9 +105,14 @@ std::string FormatWithPrecision(double d, int precision) {
   if (d == 0) return "0";
   if (std::isnan(d)) return "NaN";
   if (std::isinf(d)) return d > 0 ? "Infinity" : "-Infinity";
+  // The same text as printf's "%.*G" (to_chars is specified so), found
+  // several times faster; only the exponent letter needs raising.
   char buf[64];
-  std::snprintf(buf, sizeof buf, "%.*G", precision, d);
-  return buf;
+  const auto r = std::to_chars(buf, buf + sizeof buf, d, std::chars_format::general, precision);
+  for (char* c = buf; c < r.ptr; ++c) {
+    if (*c == 'e') *c = 'E';
+  }
+  return std::string(buf, r.ptr);
 }
 
 }  // namespace

@@ -1,0 +1,242 @@
+// Delimited text into arrays: a text file into a two-dimensional array of
+// strings; a file's lines, a delimited string or a text box's lines into a
+// one-dimensional array.
+//
+// The splitting is deliberately simple: every delimiter ends a field, quotes
+// protect nothing, and surrounding quotes go only on request. The delimiter
+// is one character; a longer delimiter never matches. Files are UTF-8; a
+// leading byte order mark is not part of the text.
+//
+// Results:
+//   TextFileToArray, Web_TextFileToArray: 1 done, -1 the file cannot be
+//     opened, -2 varArray holds no array, 0 a run-time error.
+//   TextFileToOneDArray: 1, -1 cannot open, -2 not an array, 0.
+//   MultiLineTextToOneDArray: 1, -1 not an array, 0.
+//   TextBoxToOneDArray: 1, -1 tb is not a text box, -2 not an array, 0.
+#include <limits>
+#include <vector>
+
+#include "../output/cells.hpp"
+#include "vantrove/component.hpp"
+#include "vantrove/controls.hpp"
+
+namespace vantrove {
+
+namespace {
+
+// A delimiter compared one character (code point) at a time.
+class CharDelimiter {
+ public:
+  explicit CharDelimiter(std::string_view d) : d_(d), matches_(Len(d) == 1), ascii_(d.size() == 1) {}
+
+  // Byte offset of the next delimiter at or after `pos`, or npos.
+  size_t Find(std::string_view s, size_t pos) const {
+    if (!matches_) return std::string_view::npos;
+    if (ascii_) return s.find(d_[0], pos);
+    for (size_t i = pos; i < s.size();) {
+      const size_t start = i;
+      NextCodePoint(s, i);
+      if (s.substr(start, i - start) == d_) return start;
+    }
+    return std::string_view::npos;
+  }
+
+  size_t Count(std::string_view s) const {
+    size_t n = 0;
+    for (size_t p = Find(s, 0); p != std::string_view::npos; p = Find(s, p + d_.size())) ++n;
+    return n;
+  }
+
+  // True when the last character of `s` is the delimiter.
+  bool EndsText(std::string_view s) const {
+    if (!matches_ || s.empty()) return false;
+    if (ascii_) return s.back() == d_[0];
+    return Right(s, 1) == d_;
+  }
+
+  size_t size() const { return d_.size(); }
+  bool matches() const { return matches_; }
+
+ private:
+  std::string_view d_;
+  bool matches_;
+  bool ascii_;
+};
+
+// Calls `field(text)` for each field of `line`. The line is read as if it
+// ended with the delimiter (one is added when its last character is another
+// one), so the text after the last delimiter is a field too, and an empty
+// line is one empty field. A delimiter that never matches ends no field.
+template <class Fn>
+void ForEachField(std::string_view line, const CharDelimiter& d, Fn&& field) {
+  if (!d.matches()) return;
+  size_t start = 0;
+  for (size_t p = d.Find(line, 0); p != std::string_view::npos; p = d.Find(line, start)) {
+    field(line.substr(start, p - start));
+    start = p + d.size();
+  }
+  if (!d.EndsText(line)) field(line.substr(start));
+}
+
+// Surrounding double quotes go when the field's first and last characters
+// are both one; a lone quote is both and leaves a negative length, which is
+// an invalid call.
+std::string_view Unquoted(std::string_view f) {
+  if (f.empty() || f.front() != '"' || f.back() != '"') return f;
+  if (f.size() < 2) Raise(err::kInvalidCall);
+  return f.substr(1, f.size() - 2);
+}
+
+// Opens and reads a whole file; false when it cannot be opened. A read error
+// after opening raises.
+bool ReadInput(const std::string& path, std::string& content) { return ReadWholeFile(path, content); }
+
+int16_t ReadDelimitedFile(const std::string& path, Variant& varArray, std::string delimiter, bool removeQuotes) {
+  std::string content;
+  try {
+    if (!ReadInput(path, content)) return -1;
+  } catch (...) {
+    return 0;
+  }
+  if (delimiter.empty()) delimiter.push_back(',');
+  if (!varArray.IsArray()) return -2;
+  return detail::Trapped([&]() -> int16_t {
+    const std::string_view text = WithoutByteOrderMark(content);
+    const CharDelimiter d(delimiter);
+    // First pass: the number of lines and the most delimiters on one line.
+    int64_t lines = 0;
+    size_t most = 0;
+    ForEachLine(text, [&](std::string_view line) {
+      ++lines;
+      most = std::max(most, d.Count(line));
+    });
+    if (lines > std::numeric_limits<int32_t>::max() || most > static_cast<size_t>(std::numeric_limits<int32_t>::max())) {
+      Raise(err::kOutOfMemory);
+    }
+    varArray = Variant(SafeArray({Bounds{0, static_cast<int32_t>(lines - 1)}, Bounds{0, static_cast<int32_t>(most)}}));
+    std::vector<Variant>& cells = varArray.array().data();
+    const size_t width = most + 1;
+    // Second pass: one row per line, one column per field.
+    size_t row = 0;
+    ForEachLine(text, [&](std::string_view line) {
+      int64_t column = 0;  // a 16-bit counter
+      ForEachField(line, d, [&](std::string_view field) {
+        if (removeQuotes) field = Unquoted(field);
+        cells[row * width + static_cast<size_t>(column)] = Variant(std::string(field));
+        if (++column > std::numeric_limits<int16_t>::max()) Raise(err::kOverflow);
+      });
+      ++row;
+    });
+    return 1;
+  });
+}
+
+}  // namespace
+
+int16_t clsVantrove::TextFileToArray(const std::string& strTextFile, Variant& varArray, const std::string& strDelimiter,
+                                     bool blnRemoveQuotes) {
+  return ReadDelimitedFile(strTextFile, varArray, strDelimiter, blnRemoveQuotes);
+}
+
+int16_t clsVantrove::Web_TextFileToArray(const Variant& strTextFile, Variant& varArray, const Variant& strDelimiter,
+                                         const Variant& blnRemoveQuotes) {
+  std::string path, delimiter;
+  bool removeQuotes = false;
+  try {
+    path = CStr(strTextFile);
+  } catch (...) {
+    return -1;  // no usable path: nothing can be opened
+  }
+  try {
+    delimiter = CStr(strDelimiter);
+    removeQuotes = CBool(blnRemoveQuotes);
+  } catch (...) {
+    return 0;
+  }
+  return ReadDelimitedFile(path, varArray, delimiter, removeQuotes);
+}
+
+int16_t clsVantrove::TextFileToOneDArray(std::string& strTextFile, Variant& varArray) {
+  std::string content;
+  try {
+    if (!ReadInput(strTextFile, content)) return -1;
+  } catch (...) {
+    return 0;
+  }
+  if (!varArray.IsArray()) return -2;
+  return detail::Trapped([&]() -> int16_t {
+    std::vector<std::string_view> lines;
+    ForEachLine(WithoutByteOrderMark(content), [&](std::string_view line) { lines.push_back(line); });
+    if (lines.empty()) return 1;
+    if (lines.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max())) Raise(err::kOutOfMemory);
+    SafeArray& a = varArray.array();
+    // Each line is read into the caller's path variable, the array grows to
+    // hold it (keeping what it holds), and the line is stored.
+    strTextFile = std::string(lines[0]);
+    a.ReDimPreserve({Bounds{0, 0}});
+    int32_t i = 0;
+    try {
+      a.Set(std::span<const int32_t>(&i, 1), Variant(strTextFile));
+      a.ReDimPreserve({Bounds{0, static_cast<int32_t>(lines.size() - 1)}});
+      for (i = 1; i < static_cast<int32_t>(lines.size()); ++i) {
+        a.Set(std::span<const int32_t>(&i, 1), Variant(std::string(lines[static_cast<size_t>(i)])));
+      }
+    } catch (...) {
+      // As far as the failing line: the array ends there.
+      strTextFile = std::string(lines[static_cast<size_t>(i)]);
+      a.ReDimPreserve({Bounds{0, i}});
+      throw;
+    }
+    strTextFile = std::string(lines.back());
+    return 1;
+  });
+}
+
+int16_t clsVantrove::MultiLineTextToOneDArray(const std::string& strText, Variant& varArray,
+                                              const std::string& strDelimiter) {
+  const std::string delimiter = strDelimiter.empty() ? std::string(",") : strDelimiter;
+  if (!varArray.IsArray()) return -1;
+  return detail::Trapped([&]() -> int16_t {
+    const CharDelimiter d(delimiter);
+    std::string text = strText;
+    if (Right(text, 1) != delimiter) text += delimiter;
+    const size_t n = d.Count(text);
+    if (n > static_cast<size_t>(std::numeric_limits<int32_t>::max())) Raise(err::kOutOfMemory);
+    varArray = Variant(SafeArray({Bounds{0, static_cast<int32_t>(n)}}));
+    std::vector<Variant>& items = varArray.array().data();
+    size_t next = 0, start = 0;
+    for (size_t p = d.Find(text, 0); p != std::string::npos; p = d.Find(text, start)) {
+      items[next++] = Variant(text.substr(start, p - start));
+      start = p + d.size();
+    }
+    return 1;  // the last element stays Empty
+  });
+}
+
+int16_t clsVantrove::TextBoxToOneDArray(const ObjectRef& tb, Variant& varArray) {
+  auto* box = dynamic_cast<TextBox*>(tb.get());
+  if (box == nullptr) return -1;
+  if (!varArray.IsArray()) return -2;
+  return detail::Trapped([&]() -> int16_t {
+    std::string text = box->Text();
+    if (text.empty() || text.back() != '\n') text += '\n';
+    size_t n = 0;
+    for (char c : text) n += c == '\n';
+    if (n > static_cast<size_t>(std::numeric_limits<int32_t>::max())) Raise(err::kOutOfMemory);
+    varArray = Variant(SafeArray({Bounds{0, static_cast<int32_t>(n) - 1}}));
+    std::vector<Variant>& items = varArray.array().data();
+    size_t next = 0;
+    std::string line;
+    for (char c : text) {
+      if (c == '\n') {
+        items[next++] = Variant(std::move(line));
+        line.clear();
+      } else if (c != '\r') {
+        line += c;
+      }
+    }
+    return 1;
+  });
+}
+
+}  // namespace vantrove

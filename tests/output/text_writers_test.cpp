@@ -1,0 +1,139 @@
+// Arrays to delimited text, as a string and as text files.
+#include <gtest/gtest.h>
+
+#include "temp_folder.hpp"
+#include "vantrove/component.hpp"
+
+namespace vantrove {
+namespace {
+
+using testing_support::Slurp;
+using testing_support::Spit;
+using testing_support::TempFolder;
+
+Variant Grid() { return Variant(SafeArray::FromRows({{"a", "b"}, {"c", "d"}})); }
+
+TEST(TwoDArrayToText, JoinsCellsAndWritesBlankSeparatorsBack) {
+  clsVantrove v;
+  std::string text, delimiter = ",", endOfRow = ";";
+  EXPECT_EQ(v.TwoDArrayToText(Grid(), text, delimiter, endOfRow, true), 1);
+  EXPECT_EQ(text, "\"a\",\"b\";\"c\",\"d\";");
+
+  delimiter = " ";  // blank once trimmed: becomes a tab, and the caller sees it
+  endOfRow = "";
+  EXPECT_EQ(v.TwoDArrayToText(Grid(), text, delimiter, endOfRow), 1);
+  EXPECT_EQ(delimiter, "\t");
+  EXPECT_EQ(endOfRow, "\r\n");
+  EXPECT_EQ(text, "a\tb\r\nc\td\r\n");
+
+  // Any lower bounds; numbers, Booleans and Empty in their text forms.
+  SafeArray a({Bounds{1, 1}, Bounds{5, 7}});
+  a.at(1, 5) = Variant(1.5);
+  a.at(1, 6) = Variant(true);
+  delimiter = "|";
+  endOfRow = "#";
+  EXPECT_EQ(v.TwoDArrayToText(Variant(a), text, delimiter, endOfRow), 1);
+  EXPECT_EQ(text, "1.5|True|#");
+}
+
+TEST(TwoDArrayToText, BadInputGivesItsCodeAndLeavesTheOutputAlone) {
+  clsVantrove v;
+  std::string text = "before", delimiter = ",", endOfRow = ";";
+  EXPECT_EQ(v.TwoDArrayToText(Variant("not an array"), text, delimiter, endOfRow), -1);
+  Variant withNull(SafeArray::FromRows({{"a", Variant::Null()}}));
+  EXPECT_EQ(v.TwoDArrayToText(withNull, text, delimiter, endOfRow), 0);
+  EXPECT_EQ(v.TwoDArrayToText(Variant(SafeArray::Vector({"a", "b"})), text, delimiter, endOfRow), 0);
+  EXPECT_EQ(v.TwoDArrayToText(Variant(SafeArray()), text, delimiter, endOfRow), 0);  // unallocated
+  EXPECT_EQ(text, "before");
+}
+
+TEST(TwoDArrayToText, WebTwinWritesBackOnlyWhatItReplaced) {
+  clsVantrove v;
+  Variant text, delimiter(int32_t{5}), endOfRow("");
+  EXPECT_EQ(v.Web_TwoDArrayToText(Grid(), text, delimiter, endOfRow), 1);
+  EXPECT_EQ(text.str(), "a5b\r\nc5d\r\n");
+  EXPECT_EQ(delimiter.type(), VarType::Long);  // used as "5", left as it was
+  EXPECT_EQ(endOfRow.str(), "\r\n");
+}
+
+TEST(OneDArrayToText, EndsTheLastElementWithTheEndOfArrayText) {
+  clsVantrove v;
+  const Variant xy(SafeArray::Vector({"x", "y"}));
+  std::string text, endOfRow = ",";
+  EXPECT_EQ(v.OneDArrayToText(xy, text, endOfRow, "."), 1);
+  EXPECT_EQ(text, "x,y.");
+  EXPECT_EQ(v.OneDArrayToText(xy, text, endOfRow), 1);
+  EXPECT_EQ(text, "x,y");
+  endOfRow = "  ";
+  EXPECT_EQ(v.OneDArrayToText(xy, text, endOfRow, "", true), 1);
+  EXPECT_EQ(text, "\"x\"\r\n\"y\"");
+  EXPECT_EQ(endOfRow, "\r\n");
+  EXPECT_EQ(v.OneDArrayToText(Grid(), text, endOfRow), 0);  // two indices needed
+}
+
+TEST(TwoDArrayToTextFile, WritesOneCrLfLinePerRowAndAppendsOnRequest) {
+  TempFolder dir;
+  clsVantrove v;
+  const std::string file = dir / "out.csv";
+  EXPECT_EQ(v.TwoDArrayToTextFile(Grid(), file, ""), 1);  // empty delimiter: a comma
+  EXPECT_EQ(Slurp(file), "a,b\r\nc,d\r\n");
+  EXPECT_EQ(v.TwoDArrayToTextFile(Grid(), file, " ", true, true), 1);  // spaces stay here
+  EXPECT_EQ(Slurp(file), "a,b\r\nc,d\r\n\"a\" \"b\"\r\n\"c\" \"d\"\r\n");
+  EXPECT_EQ(v.Web_TwoDArrayToTextFile(Grid(), Variant(file), Variant(";")), 1);  // always replaces
+  EXPECT_EQ(Slurp(file), "a;b\r\nc;d\r\n");
+  EXPECT_EQ(dir.Names(), std::vector<std::string>{"out.csv"});
+
+  const Variant utf8(SafeArray::FromRows({{"Grüße", "✓"}}));
+  EXPECT_EQ(v.TwoDArrayToTextFile(utf8, file), 1);
+  EXPECT_EQ(Slurp(file), "Grüße,✓\r\n");
+}
+
+TEST(TextFileWriters, FailuresLeaveNoFileAndNoHalfWrittenOne) {
+  TempFolder dir;
+  clsVantrove v;
+  const std::string file = dir / "keep.txt";
+  Spit(file, "old\r\n");
+  SafeArray bad = SafeArray::FromRows({{"a", "b"}, {"c", Variant::Null()}});
+  EXPECT_EQ(v.TwoDArrayToTextFile(Variant(bad), file), 0);
+  EXPECT_EQ(v.TwoDArrayToTextFile(Variant(bad), file, ",", false, true), 0);
+  EXPECT_EQ(v.OneDArrayToTextFile(Variant(SafeArray::Vector({"x", Variant::Null()})), file), 0);
+  EXPECT_EQ(v.TwoDArrayToTextFile(Variant(SafeArray::Vector({"x"})), file), 0);
+  EXPECT_EQ(Slurp(file), "old\r\n");
+  EXPECT_EQ(v.TwoDArrayToTextFile(Variant(bad), dir / "new.txt", ",", false, true), 0);  // appending creates
+  EXPECT_EQ(dir.Names(), std::vector<std::string>{"keep.txt"});
+
+  EXPECT_EQ(v.TwoDArrayToTextFile(Grid(), dir / "no/such/folder.txt"), 0);
+  EXPECT_EQ(v.TwoDArrayToTextFile(Grid(), dir.path()), 0);  // a folder
+  EXPECT_EQ(v.TwoDArrayToTextFile(Grid(), file + "/below-a-file.txt"), 0);
+  EXPECT_EQ(v.OneDArrayToTextFile(Variant(SafeArray::Vector({"x"})), ""), 0);
+  EXPECT_EQ(v.TwoDArrayToTextFile(Variant(7), dir / "never.txt"), -1);
+  EXPECT_EQ(dir.Names(), std::vector<std::string>{"keep.txt"});
+}
+
+TEST(OneDArrayToTextFile, WritesEachElementOnItsOwnLine) {
+  TempFolder dir;
+  clsVantrove v;
+  const std::string file = dir / "list.txt";
+  const Variant items(SafeArray::Vector({"x", int32_t{2}, Variant()}, 3));
+  EXPECT_EQ(v.OneDArrayToTextFile(items, file, true), 1);
+  EXPECT_EQ(Slurp(file), "\"x\"\r\n\"2\"\r\n\"\"\r\n");
+  EXPECT_EQ(v.OneDArrayToTextFile(items, file), 1);
+  EXPECT_EQ(Slurp(file), "x\r\n2\r\n\r\n");
+}
+
+TEST(TextFileWriters, ReplacingFollowsALinkAndKeepsTheFileMode) {
+  TempFolder dir;
+  clsVantrove v;
+  const std::string target = dir / "target.txt", link = dir / "link.txt";
+  Spit(target, "old");
+  std::filesystem::permissions(target, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+  std::filesystem::create_symlink(target, link);
+  EXPECT_EQ(v.TwoDArrayToTextFile(Grid(), link), 1);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_EQ(Slurp(target), "a,b\r\nc,d\r\n");
+  EXPECT_EQ(std::filesystem::status(target).permissions() & std::filesystem::perms::all,
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+}
+
+}  // namespace
+}  // namespace vantrove
