@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Writes samples/title-blocks.dxf: three sheets with a TITLE block whose
-attributes fill a title block table, a BOM block in model space, and a few
-texts. Run with Debian's python3 (python3-ezdxf):
+attributes fill a title block table, a BOM block in model space, a few
+texts, an external reference and an image. Run with Debian's python3 (python3-ezdxf):
     /usr/bin/python3 samples/make-title-blocks.py samples/title-blocks.dxf
 """
 import sys
@@ -42,5 +42,11 @@ for i, (item, qty, part) in enumerate([("1", "4", "Steel column HEB 200"), ("2",
     ref.add_auto_attribs({"ITEM": item, "QTY": qty, "PART": part})
 msp.add_text("GENERAL NOTES", dxfattribs={"layer": "NOTES", "height": 5}).set_placement((0, 40))
 msp.add_mtext("All dimensions in mm.\\PDo not scale.", dxfattribs={"layer": "NOTES", "char_height": 3.5}).set_location((0, 30))
+
+# A site plan attached as an external reference, and a logo image.
+doc.add_xref_def("..\\site\\site-plan.dwg", "SITE")
+msp.add_blockref("SITE", (0, 100))
+logo = doc.add_image_def(filename="..\\branding\\logo.png", size_in_pixel=(640, 360))
+msp.add_image(logo, insert=(200, 100), size_in_units=(64, 36))
 
 doc.saveas(sys.argv[1] if len(sys.argv) > 1 else "title-blocks.dxf")
