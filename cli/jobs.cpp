@@ -148,6 +148,17 @@ int ForEachDrawing(const std::string& job, const std::vector<std::string>& args,
   return failed || !problems.empty() ? 1 : 0;
 }
 
+// Statuses 1001 to 1099 report work done with a note (what a DXF version
+// could not hold, for instance): the drawing counts as done.
+std::string Done(const std::string& status, const std::string& file) {
+  if (status == "OK") return "";
+  if (status.size() > 5 && status.compare(0, 2, "10") == 0 && status[4] == ':' && status.compare(0, 4, "1000") != 0) {
+    std::cerr << file << ": " << status.substr(5) << '\n';
+    return "";
+  }
+  return status;
+}
+
 std::string Open(clsVantrove& v, const std::string& file) {
   const std::string status = v.OpenDrawing(file);
   if (status == "OK") return "";
@@ -312,9 +323,10 @@ std::string ExtractAttributes(clsVantrove& v, const ExtractOptions& o, DrawingFi
   }
   for (const std::string& block : blocks) {
     Variant rows;
-    if (v.CreateBlockAttributeArray(rows, space, o.layout, block, o.layer, field, true, tags) != 1) {
+    if (v.CreateBlockAttributeArray(rows, space, o.layout, block, o.layer, field, true, tags) == -1) {
       return "the drawing's description could not be written";
     }
+    // A block without the wanted tags gives no table: nothing to add.
     if (!rows.IsArray()) continue;
     if (o.block.empty()) {
       table.Append(rows.array(), {{"Block", block}});
@@ -385,8 +397,7 @@ std::string Save(clsVantrove& v, const SaveOptions& s, const std::string& file) 
   const std::string target = SaveTarget(s, file);
   std::error_code ec;
   if (!s.inPlace && fs::equivalent(target, file, ec)) return "the output would replace the drawing itself; use --in-place";
-  const std::string status = v.SaveDrawing(target, static_cast<SaveAutoCADversionType>(s.version));
-  return status == "OK" ? std::string() : status;
+  return Done(v.SaveDrawing(target, static_cast<SaveAutoCADversionType>(s.version)), file);
 }
 
 bool CheckSave(const std::string& job, const SaveOptions& s) {
@@ -496,9 +507,9 @@ std::function<int()> AddJobs(CLI::App& app) {
         const std::string target = (fs::path(*dxfDir) / fs::path(file).filename().replace_extension(".dxf")).string();
         if (fs::equivalent(target, file, ec)) return std::string("the output would replace the drawing itself; choose another --output-dir");
         if (std::string e = Open(v, file); !e.empty()) return e;
-        const std::string s = v.CreateDXF(target, static_cast<int16_t>(*dxfPrecision),
-                                          static_cast<AutoCADversionType>(*dxfVersion));
-        return s == "OK" ? std::string() : s;
+        return Done(v.CreateDXF(target, static_cast<int16_t>(*dxfPrecision),
+                                static_cast<AutoCADversionType>(*dxfVersion)),
+                    file);
       });
     };
   });
