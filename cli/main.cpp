@@ -8,6 +8,7 @@
 #include <iostream>
 #include <string>
 
+#include "jobs.hpp"
 #include "session.hpp"
 #include "vantrove/component.hpp"
 
@@ -138,10 +139,13 @@ int main(int argc, char** argv) {
       "Objects: {\"method\":\"$create\",\"params\":[\"Dictionary\"]} answers {\"result\":{\"object\":1,...}};\n"
       "         pass {\"object\":1} as a parameter; $call/$get/$set/$release work on it.");
 
+  const auto runJob = vantrove::cli::AddJobs(app);
+
   CLI11_PARSE(app, argc, argv);
   if (*methods) return ListMethods(json);
   if (*enums) return ListEnums(json);
   if (*call) return Call(method, call->remaining());
   if (*rpc) return Rpc();
-  return 2;
+  const int job = runJob();
+  return job < 0 ? 2 : job;
 }

@@ -121,6 +121,59 @@ class clsVantrove {
   std::string Web_SetLayerState(Variant& strLayerName, Variant& lngState, Variant& lngMode);
   std::string SetReferenceFilePath(const std::string& strReferenceFilePath, const std::string& strReferenceName);
   std::string Web_SetReferenceFilePath(Variant& strReferenceFilePath, Variant& strReferenceName);
+
+  // ---- Find and modify ------------------------------------------------------
+  // Each describes one class of objects of the open drawing, selects the rows
+  // whose search column matches (whole value or containment, with or without
+  // case) and an optional filter, and edits or deletes every hit by handle.
+  // Result: the number of edits the component answered "OK" to; -1 when no
+  // description could be written (no drawing open); -2 on a run-time error.
+  int32_t FindAndReplaceText(const std::string& strTextToFind, const std::string& strReplaceText,
+                             TextType lngTextType = dwgSingleLine, bool blnFindWholeWordOnly = false,
+                             bool blnReplaceWholeValue = false, bool blnMatchCase = false,
+                             const std::string& strFilter = "");
+  int32_t Web_FindAndReplaceText(Variant& strTextToFind, Variant& strReplaceText, Variant& lngTextType,
+                                 Variant& blnFindWholeWordOnly, Variant& blnReplaceWholeValue, Variant& blnMatchCase,
+                                 Variant& strFilter);
+  int32_t FindAndDeleteAttributeDefObjects(const std::string& strTextToFind, bool blnFindWholeWordOnly = false,
+                                           bool blnMatchCase = false, const std::string& strFilter = "");
+  int32_t Web_FindAndDeleteAttributeDefObjects(Variant& strTextToFind, Variant& blnFindWholeWordOnly,
+                                               Variant& blnMatchCase, Variant& strFilter);
+  int32_t FindAndDeleteBlockObjects(const std::string& strTextToFind, bool blnFindWholeWordOnly = false,
+                                    bool blnMatchCase = false, const std::string& strFilter = "");
+  int32_t Web_FindAndDeleteBlockObjects(Variant& strTextToFind, Variant& blnFindWholeWordOnly, Variant& blnMatchCase,
+                                        Variant& strFilter);
+  int32_t FindAndDeleteTextObjects(const std::string& strTextToFind, TextType lngTextType = dwgSingleLine,
+                                   bool blnFindWholeWordOnly = false, bool blnMatchCase = false,
+                                   const std::string& strFilter = "");
+  int32_t Web_FindAndDeleteTextObjects(Variant& strTextToFind, Variant& lngTextType, Variant& blnFindWholeWordOnly,
+                                       Variant& blnMatchCase, Variant& strFilter);
+  // `varAttributeHandles`, when it holds an array, receives the attribute
+  // handle of every row the filter selected (before the re-test).
+  int32_t FindAndReplaceBlockAttributes(const std::string& strTextToFind, const std::string& strReplaceText,
+                                        bool blnFindTagName = false, bool blnFindWholeWordOnly = false,
+                                        bool blnReplaceWholeValue = false, bool blnMatchCase = false,
+                                        const std::string& strFilter = "", Variant* varAttributeHandles = nullptr);
+  int32_t Web_FindAndReplaceBlockAttributes(Variant& strTextToFind, Variant& strReplaceText, Variant& blnFindTagName,
+                                            Variant& blnFindWholeWordOnly, Variant& blnReplaceWholeValue,
+                                            Variant& blnMatchCase, Variant& strFilter);
+  int32_t FindAndDeleteBlockAttributeObjects(const std::string& strTextToFind, bool blnFindTagName = false,
+                                             bool blnFindWholeWordOnly = false, bool blnMatchCase = false,
+                                             const std::string& strFilter = "");
+  int32_t Web_FindAndDeleteBlockAttributeObjects(Variant& strTextToFind, Variant& blnFindTagName,
+                                                 Variant& blnFindWholeWordOnly, Variant& blnMatchCase,
+                                                 Variant& strFilter);
+  int32_t FindAndReplaceImagePaths(const std::string& strTextToFind, const std::string& strReplaceText,
+                                   bool blnFindWholeWordOnly = false, bool blnReplaceWholeValue = false,
+                                   bool blnMatchCase = false, const std::string& strFilter = "");
+  int32_t Web_FindAndReplaceImagePaths(Variant& strTextToFind, Variant& strReplaceText, Variant& blnFindWholeWordOnly,
+                                       Variant& blnReplaceWholeValue, Variant& blnMatchCase, Variant& strFilter);
+  int32_t FindAndReplaceExternalRefPaths(const std::string& strTextToFind, const std::string& strReplaceText,
+                                         bool blnFindWholeWordOnly = false, bool blnReplaceWholeValue = false,
+                                         bool blnMatchCase = false, const std::string& strFilter = "");
+  int32_t Web_FindAndReplaceExternalRefPaths(Variant& strTextToFind, Variant& strReplaceText,
+                                             Variant& blnFindWholeWordOnly, Variant& blnReplaceWholeValue,
+                                             Variant& blnMatchCase, Variant& strFilter);
   // ---- Output: text, clipboard, text files, HTML ---------------------------
   // Results: 1 done, -1 varArray holds no array, 0 a run-time error.
   int16_t TwoDArrayToText(const Variant& varArray, std::string& strText, std::string& strDelimiter,
@@ -243,6 +296,8 @@ class clsVantrove {
   std::string DrawingOperation(Operation&& op);
   std::string StatusStep();
   std::string OpenWith(const std::string& file, const std::string& password, bool web);
+  struct FindRequest;
+  int32_t FindAndModify(const FindRequest& request);
 
   std::unique_ptr<engine::DrawingComponent> component_;
   bool drawingOpen_ = false;

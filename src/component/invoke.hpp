@@ -177,5 +177,7 @@ void RegisterOutputInvokers(InvokerTable& t);
 void RegisterArraysInvokers(InvokerTable& t);
 // Reading the description: flattening, arrays, recordsets, block attributes.
 void RegisterExtractInvokers(InvokerTable& t);
+// Find-and-modify.
+void RegisterFindInvokers(InvokerTable& t);
 
 }  // namespace vantrove::detail

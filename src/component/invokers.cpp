@@ -12,6 +12,7 @@ InvokerTable Build() {
   RegisterArraysInvokers(t);
   RegisterDrawingExportAndEditInvokers(t);
   RegisterExtractInvokers(t);
+  RegisterFindInvokers(t);
   return t;
 }
 }  // namespace

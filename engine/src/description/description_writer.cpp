@@ -368,7 +368,9 @@ void Writer::AttributeDefinitions() {
 void Writer::ExternalReferences() {
   Raw("<ExternalReferences>");
   for (const Block* block : doc_.blocks) {
-    if (!block->is_xref() || block->xref_dependent()) continue;
+    // Xrefs nested in an xref come as "outer|inner" and belong to the outer
+    // one; some writers also mark a plain xref as dependent, so the name decides.
+    if (!block->is_xref() || (block->xref_dependent() && block->name.find('|') != std::string_view::npos)) continue;
     Raw("<Reference>");
     Leaf("Name", block->name);
     Leaf("PathName", block->xref_path);
