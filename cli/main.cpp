@@ -5,12 +5,15 @@
 //   vantrove rpc                 one JSON request per line on stdin
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <string>
 
 #include "jobs.hpp"
 #include "session.hpp"
 #include "vantrove/component.hpp"
+#include "vantrove/extract.hpp"
 
 namespace {
 
@@ -111,7 +114,33 @@ int Rpc() {
 
 }  // namespace
 
+// Temporary descriptions are named by the second they are made in, which is
+// unique within one process but not between two tools started side by side
+// in the same folder. Each run of the tool therefore keeps its temporary
+// files in a folder of its own, removed when it ends.
+class PrivateTempFolder {
+ public:
+  PrivateTempFolder() {
+    const char* base = std::getenv("TMPDIR");
+    std::string pattern = std::string(base && *base ? base : "/tmp") + "/vantrove-XXXXXX";
+    if (mkdtemp(pattern.data()) != nullptr) {
+      path_ = pattern;
+      vantrove::extract::SetTempFolderOverride(path_);
+    }
+  }
+  ~PrivateTempFolder() {
+    if (path_.empty()) return;
+    vantrove::extract::SetTempFolderOverride(std::nullopt);
+    std::error_code ec;
+    std::filesystem::remove_all(path_, ec);
+  }
+
+ private:
+  std::string path_;
+};
+
 int main(int argc, char** argv) {
+  const PrivateTempFolder temp;
   CLI::App app{"Vantrove: AutoCAD drawings and tabular data from the command line."};
   app.require_subcommand(1);
   bool json = false;
