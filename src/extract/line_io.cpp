@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "vantrove/extract.hpp"
+#include "vantrove/engine/utf8.hpp"
 
 namespace vantrove::extract::detail {
 
@@ -320,23 +321,6 @@ bool FixXmlFile(const std::string& path) {
 
 namespace {
 
-void AppendUtf8(std::string& out, uint32_t cp) {
-  if (cp < 0x80) {
-    out.push_back(static_cast<char>(cp));
-  } else if (cp < 0x800) {
-    out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else if (cp < 0x10000) {
-    out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else {
-    out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
-}
 
 bool Entity(std::string_view name, uint32_t& cp) {
   if (name == "amp") cp = '&';
@@ -378,14 +362,14 @@ std::string DecodeXmlText(std::string_view text, bool latin1) {
       const size_t semi = text.find(';', i + 1);
       uint32_t cp = 0;
       if (semi != std::string_view::npos && semi - i <= 10 && Entity(text.substr(i + 1, semi - i - 1), cp)) {
-        AppendUtf8(out, cp);
+        engine::AppendUtf8(out, cp);
         i = semi;
         continue;
       }
     }
     const auto u = static_cast<unsigned char>(c);
     if (latin1 && u >= 0x80) {
-      AppendUtf8(out, u);
+      engine::AppendUtf8(out, u);
     } else {
       out.push_back(c);
     }

@@ -19,6 +19,7 @@
 
 #include "table.hpp"
 #include "vantrove/recordset.hpp"
+#include "vantrove/engine/utf8.hpp"
 
 namespace vantrove {
 
@@ -153,23 +154,6 @@ class PlainRow {
     ++p;
     return Result::Ok;
   }
-  static void Utf8(std::string& out, uint32_t cp) {
-    if (cp < 0x80) {
-      out.push_back(static_cast<char>(cp));
-    } else if (cp < 0x800) {
-      out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else if (cp < 0x10000) {
-      out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else {
-      out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-      out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    }
-  }
   // Leaf text: entities and references resolved, Latin-1 turned to UTF-8.
   // Line ends and unknown entities are left to pugixml.
   bool Text(const char* p, const char* end, bool latin1, Pending& leaf) {
@@ -189,7 +173,7 @@ class PlainRow {
       const auto c = static_cast<unsigned char>(*q);
       if (c != '&') {
         if (latin1 && c >= 0x80) {
-          Utf8(decoded_, c);
+          engine::AppendUtf8(decoded_, c);
         } else {
           decoded_.push_back(static_cast<char>(c));
         }
@@ -219,7 +203,7 @@ class PlainRow {
           if (cp > 0x10FFFF) return false;
         }
         if (cp == 0 || (cp >= 0xD800 && cp <= 0xDFFF)) return false;
-        Utf8(decoded_, cp);
+        engine::AppendUtf8(decoded_, cp);
       } else {
         return false;
       }

@@ -1,28 +1,12 @@
 #include "description_reader.hpp"
 
 #include <cstdlib>
+#include "vantrove/engine/utf8.hpp"
 
 namespace vantrove::engine::testing {
 
 namespace {
 
-void AppendUtf8(std::string& out, unsigned long cp) {
-  if (cp < 0x80) {
-    out.push_back(static_cast<char>(cp));
-  } else if (cp < 0x800) {
-    out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else if (cp < 0x10000) {
-    out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else {
-    out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
-}
 
 }  // namespace
 
@@ -38,12 +22,12 @@ std::string UnescapeValue(std::string_view in) {
       else if (entity == "gt") out += '>';
       else if (entity == "quot") out += '"';
       else if (entity == "apos") out += '\'';
-      else if (!entity.empty() && entity[0] == '#') AppendUtf8(out, std::strtoul(entity.c_str() + 1, nullptr, 10));
+      else if (!entity.empty() && entity[0] == '#') vantrove::engine::AppendUtf8(out, std::strtoul(entity.c_str() + 1, nullptr, 10));
       else out += "&" + entity + ";";
       i = semi;
       continue;
     }
-    AppendUtf8(out, c);
+    vantrove::engine::AppendUtf8(out, c);
   }
   return out;
 }

@@ -11,6 +11,7 @@
 #include "support.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/extract.hpp"
+#include "vantrove/engine/utf8.hpp"
 
 namespace vantrove {
 namespace {
@@ -33,18 +34,6 @@ std::vector<std::string> CorpusDxfFiles() {
   return names;
 }
 
-void AppendUtf8(std::string& out, uint32_t cp) {
-  if (cp < 0x80) {
-    out.push_back(static_cast<char>(cp));
-  } else if (cp < 0x800) {
-    out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else {
-    out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
-}
 
 // The independent reader keeps \U+XXXX escapes as written; the engine
 // decodes them in drawings before 2007.
@@ -53,7 +42,7 @@ std::string DecodeEscapes(const std::string& in) {
   for (size_t i = 0; i < in.size(); ++i) {
     if (in.compare(i, 3, "\\U+") == 0 && i + 7 <= in.size() &&
         in.find_first_not_of("0123456789ABCDEFabcdef", i + 3) >= i + 7) {
-      AppendUtf8(out, static_cast<uint32_t>(std::stoul(in.substr(i + 3, 4), nullptr, 16)));
+      vantrove::engine::AppendUtf8(out, static_cast<uint32_t>(std::stoul(in.substr(i + 3, 4), nullptr, 16)));
       i += 6;
       continue;
     }

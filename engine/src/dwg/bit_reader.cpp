@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <vector>
+#include "vantrove/engine/utf8.hpp"
 
 namespace vantrove::engine::dwg {
 
@@ -301,26 +302,6 @@ std::string BitReader::TU() {
   while (!units.empty() && units.back() == 0) units.pop_back();
   return Utf16ToUtf8(units.data(), units.size());
 }
-
-namespace {
-void AppendUtf8(std::string& out, uint32_t cp) {
-  if (cp < 0x80) {
-    out.push_back(static_cast<char>(cp));
-  } else if (cp < 0x800) {
-    out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else if (cp < 0x10000) {
-    out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else {
-    out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
-}
-}  // namespace
 
 std::string Utf16ToUtf8(const uint16_t* units, size_t count) {
   std::string out;
