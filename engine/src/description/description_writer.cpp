@@ -12,6 +12,7 @@
 #include <map>
 #include <unordered_set>
 #include <vector>
+#include "vantrove/engine/utf8.hpp"
 
 namespace vantrove::engine {
 
@@ -28,7 +29,8 @@ void AppendReference(std::string& out, uint32_t cp) {
 }
 
 void AppendEscaped(std::string& out, std::string_view text) {
-  const auto* p = reinterpret_cast<const unsigned char*>(text.data());
+  const auto* begin = reinterpret_cast<const unsigned char*>(text.data());
+  const auto* p = begin;
   const auto* end = p + text.size();
   while (p < end) {
     const unsigned char c = *p;
@@ -55,40 +57,14 @@ void AppendEscaped(std::string& out, std::string_view text) {
       continue;
     }
     // Decode one UTF-8 sequence; malformed bytes become U+FFFD.
-    size_t extra = 0;
+    size_t at = static_cast<size_t>(p - begin);
     uint32_t cp = 0;
-    if (c >= 0xC2 && c <= 0xDF) {
-      extra = 1;
-      cp = c & 0x1F;
-    } else if (c >= 0xE0 && c <= 0xEF) {
-      extra = 2;
-      cp = c & 0x0F;
-    } else if (c >= 0xF0 && c <= 0xF4) {
-      extra = 3;
-      cp = c & 0x07;
-    } else {
-      out += "&#65533;";
-      ++p;
-      continue;
-    }
-    bool valid = static_cast<size_t>(end - p) > extra;
-    for (size_t k = 1; valid && k <= extra; ++k) {
-      if ((p[k] & 0xC0) != 0x80) {
-        valid = false;
-      } else {
-        cp = (cp << 6) | (p[k] & 0x3F);
-      }
-    }
-    if (valid && ((extra == 2 && (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF))) ||
-                  (extra == 3 && (cp < 0x10000 || cp > 0x10FFFF)))) {
-      valid = false;
-    }
+    const bool valid = DecodeUtf8(text, at, cp);
+    p = begin + at;
     if (!valid) {
       out += "&#65533;";
-      ++p;
       continue;
     }
-    p += extra + 1;
     if (cp <= 0x9F || cp > 0xFF) {
       AppendReference(out, cp);  // C1 controls and everything beyond Latin-1
     } else {

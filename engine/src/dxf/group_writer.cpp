@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "dxf/text_decoder.hpp"
+#include "vantrove/engine/utf8.hpp"
 
 namespace vantrove::engine::dxf {
 
@@ -42,39 +43,8 @@ bool ParseInt(std::string_view text, int64_t& value) {
 
 // Decodes one UTF-8 sequence at `i`; invalid bytes give U+FFFD.
 uint32_t NextCodePoint(std::string_view s, size_t& i) {
-  const auto c = static_cast<unsigned char>(s[i]);
-  size_t extra = 0;
   uint32_t cp = 0;
-  if (c < 0x80) {
-    ++i;
-    return c;
-  }
-  if (c >= 0xC2 && c <= 0xDF) {
-    extra = 1;
-    cp = c & 0x1F;
-  } else if (c >= 0xE0 && c <= 0xEF) {
-    extra = 2;
-    cp = c & 0x0F;
-  } else if (c >= 0xF0 && c <= 0xF4) {
-    extra = 3;
-    cp = c & 0x07;
-  } else {
-    ++i;
-    return 0xFFFD;
-  }
-  if (i + extra >= s.size()) {
-    ++i;
-    return 0xFFFD;
-  }
-  for (size_t k = 1; k <= extra; ++k) {
-    const auto b = static_cast<unsigned char>(s[i + k]);
-    if ((b & 0xC0) != 0x80) {
-      ++i;
-      return 0xFFFD;
-    }
-    cp = (cp << 6) | (b & 0x3F);
-  }
-  i += extra + 1;
+  DecodeUtf8(s, i, cp);
   return cp;
 }
 
