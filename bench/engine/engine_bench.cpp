@@ -16,14 +16,16 @@
 #include <string>
 
 #include "dxf_generator.hpp"
+#include "measure.hpp"
 #include "vantrove/engine/description.hpp"
 #include "vantrove/engine/dxf_reader.hpp"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point a, Clock::time_point b) { return std::chrono::duration<double>(b - a).count(); }
+using vantrove::bench::Clock;
+using vantrove::bench::JsonNumber;
+using vantrove::bench::Run;
+using vantrove::bench::Seconds;
 
 struct Measured {
   double open = 0;
@@ -35,12 +37,7 @@ struct Measured {
 
 // Runs open + description in a child process so that its peak RSS is its own.
 Measured MeasureEngine(const std::string& dxf, const std::string& xml) {
-  int fds[2];
-  if (pipe(fds) != 0) return {};
-  std::fflush(stdout);
-  pid_t pid = fork();
-  if (pid == 0) {
-    close(fds[0]);
+  const auto child = vantrove::bench::InChild<Measured>([&] {
     Measured m;
     auto t0 = Clock::now();
     vantrove::engine::Document doc;
@@ -55,37 +52,13 @@ Measured MeasureEngine(const std::string& dxf, const std::string& xml) {
     m.open = Seconds(t0, t1);
     m.describe = Seconds(t1, t2);
     m.ok = status.ok();
-    if (write(fds[1], &m, sizeof(m)) != sizeof(m)) _exit(2);
-    _exit(0);
-  }
-  close(fds[1]);
-  Measured m;
-  if (read(fds[0], &m, sizeof(m)) != sizeof(m)) m.ok = false;
-  close(fds[0]);
-  int status = 0;
-  struct rusage usage {};
-  wait4(pid, &status, 0, &usage);
-  m.peak_rss_kb = usage.ru_maxrss;
-  m.cpu = static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-          static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+    return m;
+  });
+  Measured m = child.value;
+  m.ok = m.ok && child.ok;
+  m.peak_rss_kb = child.usage.ru_maxrss;
+  m.cpu = vantrove::bench::CpuSeconds(child.usage);
   return m;
-}
-
-std::string Run(const std::string& command) {
-  std::string out;
-  std::FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return out;
-  char buffer[4096];
-  size_t n;
-  while ((n = std::fread(buffer, 1, sizeof(buffer), pipe)) > 0) out.append(buffer, n);
-  pclose(pipe);
-  return out;
-}
-
-double JsonNumber(const std::string& json, const std::string& key) {
-  size_t at = json.find("\"" + key + "\":");
-  if (at == std::string::npos) return -1;
-  return std::strtod(json.c_str() + at + key.size() + 3, nullptr);
 }
 
 }  // namespace

@@ -17,19 +17,18 @@
 #include <string>
 
 #include "dxf_generator.hpp"
+#include "measure.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/extract.hpp"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using vantrove::bench::Clock;
+using vantrove::bench::JsonNumber;
+using vantrove::bench::Run;
+using vantrove::bench::CpuSeconds;
+using vantrove::bench::Seconds;
 
-double Seconds(Clock::time_point a, Clock::time_point b) { return std::chrono::duration<double>(b - a).count(); }
-
-double CpuSeconds(const struct rusage& u) {
-  return static_cast<double>(u.ru_utime.tv_sec + u.ru_stime.tv_sec) +
-         static_cast<double>(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
-}
 
 struct Measured {
   double open = 0, extract = 0;        // wall seconds
@@ -42,12 +41,7 @@ struct Measured {
 };
 
 Measured MeasureOurs(const std::string& dxf, const std::string& temp) {
-  int fds[2];
-  if (pipe(fds) != 0) return {};
-  std::fflush(stdout);
-  const pid_t pid = fork();
-  if (pid == 0) {
-    close(fds[0]);
+  const auto child = vantrove::bench::InChild<Measured>([&] {
     Measured m;
     vantrove::extract::SetTempFolderOverride(temp);
     struct rusage u0 {}, u1 {}, u2 {};
@@ -79,33 +73,11 @@ Measured MeasureOurs(const std::string& dxf, const std::string& temp) {
       const std::string last = vantrove::CStr(a.at(a.UBound(1), a.UBound(2) - 1));
       std::snprintf(m.last, sizeof(m.last), "%s", last.c_str());
     }
-    if (write(fds[1], &m, sizeof(m)) != sizeof(m)) _exit(2);
-    _exit(0);
-  }
-  close(fds[1]);
-  Measured m;
-  if (read(fds[0], &m, sizeof(m)) != sizeof(m)) m.result = -99;
-  close(fds[0]);
-  int status = 0;
-  waitpid(pid, &status, 0);
+    return m;
+  });
+  Measured m = child.value;
+  if (!child.ok) m.result = -99;
   return m;
-}
-
-std::string Run(const std::string& command) {
-  std::string out;
-  std::FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return out;
-  char buffer[4096];
-  size_t n;
-  while ((n = std::fread(buffer, 1, sizeof(buffer), pipe)) > 0) out.append(buffer, n);
-  pclose(pipe);
-  return out;
-}
-
-double JsonNumber(const std::string& json, const std::string& key) {
-  const size_t at = json.find("\"" + key + "\":");
-  if (at == std::string::npos) return -1;
-  return std::strtod(json.c_str() + at + key.size() + 3, nullptr);
 }
 
 }  // namespace

@@ -16,15 +16,18 @@
 #include <string>
 
 #include "dxf_generator.hpp"
+#include "measure.hpp"
 #include "vantrove/engine/dxf_reader.hpp"
 #include "vantrove/engine/dxf_writer.hpp"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using vantrove::bench::Clock;
+using vantrove::bench::JsonNumber;
+using vantrove::bench::Run;
+using vantrove::bench::Seconds;
 using namespace vantrove::engine;
 
-double Seconds(Clock::time_point a, Clock::time_point b) { return std::chrono::duration<double>(b - a).count(); }
 double Mb(const std::string& path) {
   std::error_code error;
   return static_cast<double>(std::filesystem::file_size(path, error)) / (1024.0 * 1024.0);
@@ -43,12 +46,7 @@ struct Measured {
 // RSS is its own.
 Measured MeasureEngine(const std::string& dxf, const std::string& out2018, const std::string& out_r12,
                        const std::string& out_binary) {
-  int fds[2];
-  if (pipe(fds) != 0) return {};
-  std::fflush(stdout);
-  pid_t pid = fork();
-  if (pid == 0) {
-    close(fds[0]);
+  const auto child = vantrove::bench::InChild<Measured>([&] {
     Measured m;
     auto t0 = Clock::now();
     Document doc;
@@ -72,35 +70,12 @@ Measured MeasureEngine(const std::string& dxf, const std::string& out2018, const
     m.write_r12 = Seconds(t2, t3);
     m.write2018_binary = Seconds(t3, t4);
     m.ok = status.ok() && binary.ok() && (r12.ok() || r12.code == StatusCode::kWrittenWithLosses);
-    if (write(fds[1], &m, sizeof(m)) != sizeof(m)) _exit(2);
-    _exit(0);
-  }
-  close(fds[1]);
-  Measured m;
-  if (read(fds[0], &m, sizeof(m)) != sizeof(m)) m.ok = false;
-  close(fds[0]);
-  int status = 0;
-  struct rusage usage {};
-  wait4(pid, &status, 0, &usage);
-  m.peak_rss_kb = usage.ru_maxrss;
+    return m;
+  });
+  Measured m = child.value;
+  m.ok = m.ok && child.ok;
+  m.peak_rss_kb = child.usage.ru_maxrss;
   return m;
-}
-
-std::string Run(const std::string& command) {
-  std::string out;
-  std::FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return out;
-  char buffer[4096];
-  size_t n;
-  while ((n = std::fread(buffer, 1, sizeof(buffer), pipe)) > 0) out.append(buffer, n);
-  pclose(pipe);
-  return out;
-}
-
-double JsonNumber(const std::string& json, const std::string& key) {
-  size_t at = json.find("\"" + key + "\":");
-  if (at == std::string::npos) return -1;
-  return std::strtod(json.c_str() + at + key.size() + 3, nullptr);
 }
 
 }  // namespace
