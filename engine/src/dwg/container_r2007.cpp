@@ -41,6 +41,8 @@ constexpr size_t kPageData = 251;    // ... and of coded data pages
 constexpr uint64_t kCodedEncoding = 4;
 // System pages are small; this bounds a forged size.
 constexpr uint64_t kMaxSystemPage = 64u << 20;
+// The largest data page we accept; writers use 0x7400.
+constexpr uint64_t kMaxPageSize = 0x100000;
 
 uint64_t Le64(const uint8_t* p) {
   uint64_t v = 0;
@@ -51,6 +53,7 @@ uint64_t Le64(const uint8_t* p) {
 // The values of the decompressed file header that the reader uses, by
 // their index among its 34 64-bit values.
 enum HeaderField : size_t {
+  kFileSize = 1,
   kPagesMapCorrection = 3,
   kPagesMapOffset = 7,
   kPagesMapSizeComp = 10,
@@ -235,12 +238,19 @@ bool Reader2007::ReadSectionMap(const std::vector<uint8_t>& map, std::vector<Sec
 bool Reader2007::ReadSection(const SectionInfo& info, std::vector<uint8_t>& out) {
   if (info.encrypted == 1)
     return Fail(kErrPassword, "the drawing is password-protected (section " + info.name + " is encrypted)");
-  if (info.size > budget_) return Fail(kErrTooLarge, "section " + info.name + " is larger than the memory limit");
-  budget_ -= info.size;
-  out.assign(static_cast<size_t>(info.size), 0);
+  // A section holds no more than its pages can give.
+  uint64_t size = 0;
+  for (const SectionPage& sp : info.pages) {
+    size += std::min(sp.size, kMaxPageSize);
+    if (size >= info.size) break;
+  }
+  size = std::min(size, info.size);
+  if (size > budget_) return Fail(kErrTooLarge, "section " + info.name + " is larger than the memory limit");
+  budget_ -= size;
+  out.assign(static_cast<size_t>(size), 0);
   std::vector<uint8_t> decoded;
   for (const SectionPage& sp : info.pages) {
-    if (sp.offset >= info.size) continue;
+    if (sp.offset >= size) continue;
     auto it = pages_.find(sp.id);
     if (it == pages_.end()) {
       out_.warnings.push_back("section " + info.name + " refers to a missing page");
@@ -262,7 +272,7 @@ bool Reader2007::ReadSection(const SectionInfo& info, std::vector<uint8_t>& out)
       data = decoded.data();
       available = decoded.size();
     }
-    const size_t room = static_cast<size_t>(std::min(info.size - sp.offset, sp.size));
+    const size_t room = static_cast<size_t>(std::min(size - sp.offset, sp.size));
     const size_t stored = static_cast<size_t>(std::min<uint64_t>(sp.compSize, available));
     if (sp.compSize < sp.size) {
       size_t produced = 0;
@@ -286,6 +296,10 @@ bool Reader2007::Run() {
 
   uint64_t h[kFileHeaderSize / 8];
   if (!ReadFileHeader(h)) return false;
+  if (h[kFileSize] > n) {
+    out_.warnings.push_back("the file is truncated: it has " + std::to_string(n) + " of the " +
+                            std::to_string(h[kFileSize]) + " bytes its header gives");
+  }
 
   if (h[kPagesMapOffset] > n) return Fail(kErrDamaged, "the page map lies outside the file");
   std::vector<uint8_t> pageMap;
