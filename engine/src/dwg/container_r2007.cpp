@@ -36,6 +36,7 @@ constexpr size_t kHeaderCodewords = 3;
 constexpr size_t kHeaderArea = 0x3D8;
 constexpr size_t kFileHeaderSize = 0x110;
 constexpr uint64_t kPageBase = 0x480;
+static_assert(kHeaderOffset + kHeaderArea + 0x28 == kPageBase, "pages follow the header area and its check data");
 constexpr size_t kSystemData = 239;  // data bytes per codeword of system pages
 constexpr size_t kPageData = 251;    // ... and of coded data pages
 constexpr uint64_t kCodedEncoding = 4;

@@ -5,6 +5,7 @@
 
 #include "dwg/reed_solomon.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -247,11 +248,18 @@ void DecodeInterleavedRs(const uint8_t* src, size_t count, const RsCode& code, s
   const RemainderTable& table = header ? headerTable : page ? pageTable : other;
   std::vector<Remainder> remainder(count);
   for (size_t j = kRsCodeword; j-- > 0;) table.Step(remainder.data(), src + j * count, count);
+  // The data bytes, transposed in strips of 16 codewords: 16 bytes read in
+  // a row, each appended to its own codeword's run.
   uint8_t* data = out.data();
-  for (size_t i = 0; i < count; ++i) {
-    uint8_t* to = data + i * dataBytes;
-    const uint8_t* from = src + i;
-    for (size_t j = 0; j < dataBytes; ++j) to[j] = from[j * count];
+  constexpr size_t kStrip = 16;
+  for (size_t first = 0; first < count; first += kStrip) {
+    const size_t width = std::min(kStrip, count - first);
+    uint8_t* to[kStrip];
+    for (size_t k = 0; k < width; ++k) to[k] = data + (first + k) * dataBytes;
+    for (size_t j = 0; j < dataBytes; ++j) {
+      const uint8_t* row = src + j * count + first;
+      for (size_t k = 0; k < width; ++k) to[k][j] = row[k];
+    }
   }
 
   uint8_t block[kRsCodeword];
