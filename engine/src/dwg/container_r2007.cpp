@@ -21,6 +21,7 @@
 #include <algorithm>
 #include <cstring>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "dwg/bit_reader.hpp"
 #include "dwg/container.hpp"
@@ -113,6 +114,7 @@ class Reader2007 {
   ReadError& error_;
   uint64_t budget_;
   std::unordered_map<int64_t, Page> pages_;
+  std::unordered_set<int64_t> usedPages_;
   size_t repairedBytes_ = 0;
   size_t badCodewords_ = 0;
 };
@@ -250,6 +252,9 @@ bool Reader2007::ReadSection(const SectionInfo& info, std::vector<uint8_t>& out)
   budget_ -= size;
   out.assign(static_cast<size_t>(size), 0);
   std::vector<uint8_t> decoded;
+  // Pages follow each other in the section and each file page serves once;
+  // a damaged map that repeats or overlaps them must not multiply the work.
+  uint64_t end = 0;
   for (const SectionPage& sp : info.pages) {
     if (sp.offset >= size) continue;
     auto it = pages_.find(sp.id);
@@ -257,6 +262,11 @@ bool Reader2007::ReadSection(const SectionInfo& info, std::vector<uint8_t>& out)
       out_.warnings.push_back("section " + info.name + " refers to a missing page");
       continue;
     }
+    if (sp.offset < end || !usedPages_.insert(sp.id).second) {
+      out_.warnings.push_back("section " + info.name + " lists a page twice or out of order; it is skipped");
+      continue;
+    }
+    end = sp.offset + std::min(size - sp.offset, sp.size);
     const Page& page = it->second;
     if (sp.compSize > page.size)
       return Fail(kErrDamaged, "a page of section " + info.name + " declares an implausible size");
