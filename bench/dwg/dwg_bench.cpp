@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -93,6 +94,11 @@ int main(int argc, char** argv) {
   const bool gdal = std::system("command -v ogrinfo >/dev/null 2>&1") == 0;
   if (!gdal) std::printf("ogrinfo not found (apt-get install gdal-bin): GDAL column left empty\n");
   std::printf("%-40s %-10s %8s %12s %12s %12s\n", "file", "version", "KB", "DWG MB/s", "twin MB/s", "GDAL MB/s");
+  struct Total {
+    double mb = 0, seconds = 0;
+    int files = 0;
+  };
+  std::map<std::string, Total> byVersion;  // readable files only
   for (const Row& r : ReadManifest(corpus)) {
     const double mb = static_cast<double>(fs::file_size(r.dwg)) / 1e6;
     std::string status;
@@ -109,6 +115,15 @@ int main(int argc, char** argv) {
     if (ours < 0) std::printf("   (%s)", status.substr(0, 60).c_str());
     if (ours > 0 && theirs > 0) std::printf("   %.1fx GDAL", theirs / ours);
     std::printf("\n");
+    if (ours > 0) {
+      Total& t = byVersion[r.version];
+      t.mb += mb;
+      t.seconds += ours;
+      ++t.files;
+    }
   }
+  std::printf("\nper version (open + full description, all readable files of the version together)\n");
+  for (const auto& [version, t] : byVersion)
+    std::printf("%-10s %3d files %8.0f KB %8s MB/s\n", version.c_str(), t.files, t.mb * 1000, Rate(t.seconds, t.mb).c_str());
   return 0;
 }

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "bit_writer.hpp"
 #include "dwg/bit_reader.hpp"
@@ -156,6 +157,14 @@ TEST(DwgChecksum, KnownCheckValues) {
   EXPECT_EQ(Crc32(0, p, 9), 0xCBF43926u);  // the usual CRC-32
   // Seeds chain: two halves give the whole.
   EXPECT_EQ(Crc16(Crc16(0xC0C1, p, 4), p + 4, 5), Crc16(0xC0C1, p, 9));
+  // Long runs, folded in eight bytes at a time, give what byte after byte gives.
+  std::vector<uint8_t> data(1001);
+  for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<uint8_t>(i * 37 + (i >> 3));
+  for (size_t length : {size_t{8}, size_t{15}, size_t{64}, size_t{1001}}) {
+    uint16_t bytewise = 0xC0C1;
+    for (size_t i = 0; i < length; ++i) bytewise = Crc16(bytewise, data.data() + i, 1);
+    EXPECT_EQ(Crc16(0xC0C1, data.data(), length), bytewise) << length;
+  }
 }
 
 TEST(DwgDecompress, LiteralsBackReferencesAndEnd) {

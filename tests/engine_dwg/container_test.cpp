@@ -33,7 +33,7 @@ TEST(DwgContainer, RefusesWhatIsNotADrawingOrNotSupported) {
       {"AC1.50AC1INVALID", kErrNotDwg, "AC1.50"},
       {"AC1009" + std::string(200, '\0'), kErrVersion, "AC1009"},
       {"AC1099" + std::string(200, '\0'), kErrVersion, "AC1099"},
-      {"AC1021" + std::string(200, '\0'), kErrVersion, "2007"},
+      {"AC1021" + std::string(200, '\0'), kErrDamaged, "truncated"},
       {"AC1015" + std::string(10, '\0'), kErrDamaged, "truncated"},
       {"AC1032" + std::string(40, '\0'), kErrDamaged, "truncated"},
   };

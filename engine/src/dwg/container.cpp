@@ -79,11 +79,8 @@ bool ReadContainer(const std::vector<uint8_t>& file, Container& out, ReadError& 
   }
   out.version = v;
   out.versionId = id;
-  if (v == Version::kR2007) {
-    error = {kErrVersion, "DWG version AC1021 (AutoCAD 2007) is not supported by this reader"};
-    return false;
-  }
   if (v <= Version::kR2000) return ReadContainerR13(file, out, error);
+  if (v == Version::kR2007) return ReadContainerR2007(file, out, error);
   return ReadContainerR2004(file, out, error);
 }
 

@@ -6,7 +6,9 @@
 // R13/R14/2000 (AC1012, AC1014, AC1015) keep their sections as plain byte
 // ranges listed by locator records after the file header. 2004 and later
 // (AC1018, AC1024, AC1027, AC1032) encrypt the file header, map pages
-// through a page map and a section map, and compress the pages.
+// through a page map and a section map, and compress the pages. 2007
+// (AC1021) has a layout of its own: a Reed-Solomon protected file header,
+// its own maps and compression, and error-correcting codes on its pages.
 
 #include <cstddef>
 #include <cstdint>
@@ -66,6 +68,7 @@ bool ReadContainer(const std::vector<uint8_t>& file, Container& out, ReadError& 
 // Internal entry points per family (exposed for tests).
 bool ReadContainerR13(const std::vector<uint8_t>& file, Container& out, ReadError& error);
 bool ReadContainerR2004(const std::vector<uint8_t>& file, Container& out, ReadError& error);
+bool ReadContainerR2007(const std::vector<uint8_t>& file, Container& out, ReadError& error);
 
 // Decrypts the 0x6C-byte 2004+ file header block in place.
 void DecryptR2004Header(uint8_t* block, size_t size);

@@ -1,10 +1,10 @@
 #pragma once
 // Reads DWG drawings into a Document: R13 ("AC1012"), R14 ("AC1014"), 2000
-// ("AC1015"), 2004 ("AC1018"), 2010 ("AC1024"), 2013 ("AC1027") and 2018
-// ("AC1032"). 2007 ("AC1021") files are refused with a status naming the
-// version. Text is converted to UTF-8 from the drawing's code page (before
-// 2007) or from UTF-16 (2010 and later), exactly as the DXF reader converts
-// the same text, so a DWG and its DXF twin give the same values.
+// ("AC1015"), 2004 ("AC1018"), 2007 ("AC1021"), 2010 ("AC1024"), 2013
+// ("AC1027") and 2018 ("AC1032"). Text is converted to UTF-8 from the
+// drawing's code page (before 2007) or from UTF-16 (2007 and later), exactly
+// as the DXF reader converts the same text, so a DWG and its DXF twin give
+// the same values.
 //
 // Every object read from a DWG file keeps its source form, the object's
 // bytes as stored, next to its decoded fields (see DwgSourceOf), so that a
