@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "../runtime/text_compare.hpp"
+
 namespace vantrove::extract::detail {
 
 class LineReader {
@@ -107,9 +109,9 @@ class LineWriter : public TextSink {
 // Blanks (U+0020) trimmed from both ends, as the classic Trim does.
 std::string_view TrimBlanks(std::string_view s);
 // Case-insensitive (ASCII) search; npos when absent.
-size_t FindNoCase(std::string_view haystack, std::string_view needle, size_t from = 0);
+using vantrove::detail::FindAsciiNoCase;
 inline bool ContainsNoCase(std::string_view haystack, std::string_view needle) {
-  return FindNoCase(haystack, needle) != std::string_view::npos;
+  return FindAsciiNoCase(haystack, needle) != std::string_view::npos;
 }
 // Replaces every case-insensitive occurrence of `find` by `with`.
 std::string ReplaceNoCase(std::string_view text, std::string_view find, std::string_view with);
