@@ -15,6 +15,7 @@
 
 #include "table.hpp"
 #include "vantrove/component.hpp"
+#include "vantrove/engine/replacing_file.hpp"
 #include "vantrove/extract.hpp"
 
 namespace vantrove::cli {
@@ -167,30 +168,6 @@ std::string Open(clsVantrove& v, const std::string& file) {
 
 // ---- Output -------------------------------------------------------------------------------
 
-bool WriteReplacing(const std::string& path, const std::string& content, std::string& error) {
-  const fs::path target(path);
-  const fs::path temp = target.parent_path() / ("." + target.filename().string() + ".vantrove-tmp");
-  {
-    std::ofstream out(temp, std::ios::binary);
-    out << content;
-    out.close();
-    if (!out) {
-      error = "cannot write " + path;
-      std::error_code ec;
-      fs::remove(temp, ec);
-      return false;
-    }
-  }
-  std::error_code ec;
-  fs::rename(temp, target, ec);
-  if (ec) {
-    error = "cannot write " + path + ": " + ec.message();
-    fs::remove(temp, ec);
-    return false;
-  }
-  return true;
-}
-
 std::string HtmlEscape(const std::string& s) {
   std::string out;
   for (char c : s) {
@@ -216,7 +193,6 @@ std::string FormatFor(const std::string& format, const std::string& output) {
 int WriteTable(clsVantrove& v, const Table& table, const std::string& format, const std::string& output,
                bool headings, const std::string& title) {
   const std::string kind = FormatFor(format, output);
-  std::string error;
   if (kind == "html") {
     SafeArray a = table.ToArray(headings);
     for (Variant& cell : a.data()) cell = Variant(HtmlEscape(CStr(cell)));
@@ -238,8 +214,8 @@ int WriteTable(clsVantrove& v, const Table& table, const std::string& format, co
     std::cout << text << std::flush;
     return 0;
   }
-  if (!WriteReplacing(output, text, error)) {
-    std::cerr << "vantrove: " << error << '\n';
+  if (const engine::Status written = engine::io::ReplaceFileContent(output, text); !written.ok()) {
+    std::cerr << "vantrove: " << written.message << '\n';
     return 1;
   }
   return 0;
