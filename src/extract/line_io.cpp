@@ -132,42 +132,20 @@ LineWriter::~LineWriter() { Abandon(); }
 
 bool LineWriter::Open(const std::string& target) {
   Abandon();
-  failed_ = false;
-  target_ = target;
-  struct stat st {};
-  if (target.empty() || (::stat(target.c_str(), &st) == 0 && S_ISDIR(st.st_mode))) {
-    failed_ = true;
-    return false;
-  }
-  std::string pattern = target + ".vtmp.XXXXXX";
-  std::vector<char> name(pattern.begin(), pattern.end());
-  name.push_back('\0');
-  const int fd = ::mkstemp(name.data());
-  if (fd < 0) {
-    failed_ = true;
-    return false;
-  }
-  temp_ = name.data();
-  file_ = ::fdopen(fd, "wb");
-  if (file_ == nullptr) {
-    ::close(fd);
-    ::unlink(temp_.c_str());
-    temp_.clear();
-    failed_ = true;
-    return false;
-  }
-  buffer_.reserve(kBlock + 4096);
-  return true;
+  failed_ = !file_.Open(target).ok();
+  open_ = !failed_;
+  if (open_) buffer_.reserve(kBlock + 4096);
+  return open_;
 }
 
 void LineWriter::Flush() {
-  if (file_ == nullptr || buffer_.empty()) return;
-  if (std::fwrite(buffer_.data(), 1, buffer_.size(), file_) != buffer_.size()) failed_ = true;
+  if (!open_ || buffer_.empty()) return;
+  if (!file_.Write(buffer_)) failed_ = true;
   buffer_.clear();
 }
 
 void LineWriter::Write(std::string_view text) {
-  if (file_ == nullptr) {
+  if (!open_) {
     failed_ = true;
     return;
   }
@@ -176,35 +154,20 @@ void LineWriter::Write(std::string_view text) {
 }
 
 bool LineWriter::Commit() {
-  if (file_ == nullptr) return false;
+  if (!open_) return false;
   Flush();
-  if (std::fflush(file_) != 0) failed_ = true;
-  if (std::fclose(file_) != 0) failed_ = true;
-  file_ = nullptr;
-  if (failed_) {
-    Abandon();
-    return false;
-  }
-  struct stat existing {};
-  ::chmod(temp_.c_str(), ::stat(target_.c_str(), &existing) == 0 ? (existing.st_mode & 07777) : 0644);
-  if (std::rename(temp_.c_str(), target_.c_str()) != 0) {
+  open_ = false;
+  if (failed_ || !file_.Commit().ok()) {
     failed_ = true;
     Abandon();
     return false;
   }
-  temp_.clear();
   return true;
 }
 
 void LineWriter::Abandon() {
-  if (file_ != nullptr) {
-    std::fclose(file_);
-    file_ = nullptr;
-  }
-  if (!temp_.empty()) {
-    ::unlink(temp_.c_str());
-    temp_.clear();
-  }
+  file_.Discard();
+  open_ = false;
   buffer_.clear();
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "../runtime/text_compare.hpp"
+#include "vantrove/engine/replacing_file.hpp"
 
 namespace vantrove::extract::detail {
 
@@ -99,10 +100,9 @@ class LineWriter : public TextSink {
   void Flush();
   void Abandon();
 
-  std::FILE* file_ = nullptr;
-  std::string target_;
-  std::string temp_;
+  engine::io::ReplacingFile file_;
   std::string buffer_;
+  bool open_ = false;
   bool failed_ = false;
 };
 
