@@ -15,6 +15,8 @@
 
 #include "table.hpp"
 #include "vantrove/component.hpp"
+#include "vantrove/engine/component.hpp"
+#include "vantrove/engine/replacing_file.hpp"
 #include "vantrove/extract.hpp"
 
 namespace vantrove::cli {
@@ -148,15 +150,20 @@ int ForEachDrawing(const std::string& job, const std::vector<std::string>& args,
   return failed || !problems.empty() ? 1 : 0;
 }
 
-// Statuses 1001 to 1099 report work done with a note (what a DXF version
-// could not hold, for instance): the drawing counts as done.
-std::string Done(const std::string& status, const std::string& file) {
-  if (status == "OK") return "";
-  if (status.size() > 5 && status.compare(0, 2, "10") == 0 && status[4] == ':' && status.compare(0, 4, "1000") != 0) {
-    std::cerr << file << ": " << status.substr(5) << '\n';
-    return "";
+// `answer` is what a drawing method answered. Statuses 1001 to 1099 report
+// work done with a note (what a DXF version could not hold, for instance):
+// the drawing counts as done and the note goes to stderr.
+std::string Done(clsVantrove& v, const std::string& answer, const std::string& file) {
+  if (answer == "OK") return "";
+  if (const engine::DrawingComponent* component = v.component()) {
+    const engine::Status& status = component->CurrentStatus();
+    const int code = static_cast<int>(status.code);
+    if (code > static_cast<int>(engine::StatusCode::kOk) && code < 1100) {
+      std::cerr << file << ": " << status.message << '\n';
+      return "";
+    }
   }
-  return status;
+  return answer;
 }
 
 std::string Open(clsVantrove& v, const std::string& file) {
@@ -166,30 +173,6 @@ std::string Open(clsVantrove& v, const std::string& file) {
 }
 
 // ---- Output -------------------------------------------------------------------------------
-
-bool WriteReplacing(const std::string& path, const std::string& content, std::string& error) {
-  const fs::path target(path);
-  const fs::path temp = target.parent_path() / ("." + target.filename().string() + ".vantrove-tmp");
-  {
-    std::ofstream out(temp, std::ios::binary);
-    out << content;
-    out.close();
-    if (!out) {
-      error = "cannot write " + path;
-      std::error_code ec;
-      fs::remove(temp, ec);
-      return false;
-    }
-  }
-  std::error_code ec;
-  fs::rename(temp, target, ec);
-  if (ec) {
-    error = "cannot write " + path + ": " + ec.message();
-    fs::remove(temp, ec);
-    return false;
-  }
-  return true;
-}
 
 std::string HtmlEscape(const std::string& s) {
   std::string out;
@@ -216,7 +199,6 @@ std::string FormatFor(const std::string& format, const std::string& output) {
 int WriteTable(clsVantrove& v, const Table& table, const std::string& format, const std::string& output,
                bool headings, const std::string& title) {
   const std::string kind = FormatFor(format, output);
-  std::string error;
   if (kind == "html") {
     SafeArray a = table.ToArray(headings);
     for (Variant& cell : a.data()) cell = Variant(HtmlEscape(CStr(cell)));
@@ -238,8 +220,8 @@ int WriteTable(clsVantrove& v, const Table& table, const std::string& format, co
     std::cout << text << std::flush;
     return 0;
   }
-  if (!WriteReplacing(output, text, error)) {
-    std::cerr << "vantrove: " << error << '\n';
+  if (const engine::Status written = engine::io::ReplaceFileContent(output, text); !written.ok()) {
+    std::cerr << "vantrove: " << written.message << '\n';
     return 1;
   }
   return 0;
@@ -397,7 +379,7 @@ std::string Save(clsVantrove& v, const SaveOptions& s, const std::string& file) 
   const std::string target = SaveTarget(s, file);
   std::error_code ec;
   if (!s.inPlace && fs::equivalent(target, file, ec)) return "the output would replace the drawing itself; use --in-place";
-  return Done(v.SaveDrawing(target, static_cast<SaveAutoCADversionType>(s.version)), file);
+  return Done(v, v.SaveDrawing(target, static_cast<SaveAutoCADversionType>(s.version)), file);
 }
 
 bool CheckSave(const std::string& job, const SaveOptions& s) {
@@ -507,7 +489,7 @@ std::function<int()> AddJobs(CLI::App& app) {
         const std::string target = (fs::path(*dxfDir) / fs::path(file).filename().replace_extension(".dxf")).string();
         if (fs::equivalent(target, file, ec)) return std::string("the output would replace the drawing itself; choose another --output-dir");
         if (std::string e = Open(v, file); !e.empty()) return e;
-        return Done(v.CreateDXF(target, static_cast<int16_t>(*dxfPrecision),
+        return Done(v, v.CreateDXF(target, static_cast<int16_t>(*dxfPrecision),
                                 static_cast<AutoCADversionType>(*dxfVersion)),
                     file);
       });

@@ -26,11 +26,11 @@ std::string Lower(std::string text) {
 }  // namespace
 
 struct DrawingComponent::Impl {
-  std::string status = Status::Ok().Text();
+  Status status;
   std::unique_ptr<Document> document;
   std::unique_ptr<DrawingEditor> editor;
 
-  void Set(const Status& s) { status = s.Text(); }
+  void Set(Status s) { status = std::move(s); }
   // Runs an edit on the open drawing and keeps its status.
   template <class Edit>
   void RunEdit(Edit&& edit) {
@@ -120,7 +120,8 @@ void DrawingComponent::WriteXmlDescription(const std::string& path, int32_t bloc
   }
 }
 
-void DrawingComponent::LastStatus(std::string& status) const { status = impl_->status; }
+const Status& DrawingComponent::CurrentStatus() const { return impl_->status; }
+void DrawingComponent::LastStatus(std::string& status) const { status = impl_->status.Text(); }
 void DrawingComponent::SaveAs(const std::string& path_in, int32_t version) {
   const std::string path = CutAtNul(path_in);
   if (!impl_->document) {

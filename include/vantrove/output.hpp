@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "vantrove/engine/replacing_file.hpp"
+
 namespace vantrove {
 
 // The string builder every writer uses to assemble long text piece by piece.
@@ -99,10 +101,9 @@ class OutputFile {
   void Abandon() noexcept;
 
   std::string target_;
-  std::string temp_;  // Replace mode: the file being written
   Mode mode_;
-  int fd_ = -1;
-  bool direct_ = false;         // Replace mode on a device or pipe: written in place
+  engine::io::ReplacingFile replacing_;  // Replace mode
+  int fd_ = -1;                 // Append mode
   bool createdTarget_ = false;  // Append mode: the target did not exist
   int64_t originalSize_ = 0;    // Append mode: the target's length at opening
   std::string buffer_;

@@ -1,23 +1,15 @@
 // TextBox's late-bound members, Dictionary and Collection, and their
 // registration as creatable classes.
-#include <cctype>
 #include <cstring>
 
+#include "../runtime/text_compare.hpp"
 #include "vantrove/controls.hpp"
 
 namespace vantrove {
 
 namespace {
 
-bool Is(std::string_view member, std::string_view name) {
-  if (member.size() != name.size()) return false;
-  for (size_t i = 0; i < name.size(); ++i) {
-    const auto a = static_cast<unsigned char>(member[i]);
-    const auto b = static_cast<unsigned char>(name[i]);
-    if (std::tolower(a) != std::tolower(b)) return false;
-  }
-  return true;
-}
+bool Is(std::string_view member, std::string_view name) { return detail::EqualAsciiNoCase(member, name); }
 
 void Expect(const std::vector<Variant>& args, size_t n) {
   if (args.size() != n) Raise(err::kWrongArgumentCount);

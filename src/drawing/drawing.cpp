@@ -12,8 +12,6 @@ namespace vantrove {
 
 namespace {
 
-constexpr const char* kOkStatus = "1000:Ok";
-
 // Converts each argument in place, from the last to the first, as the twins
 // do before calling the component. False when any conversion failed; the
 // others are still converted.
@@ -35,12 +33,12 @@ int32_t Number(const Variant& v) { return *v.get_if<int32_t>(); }
 }  // namespace
 
 std::string clsVantrove::StatusStep() {
-  std::string first;
+  bool ok = false;
   detail::Trapped([&] {
     if (!component_) Raise(err::kObjectNotSet);
-    component_->LastStatus(first);
+    ok = component_->CurrentStatus().ok();
   });
-  if (first == kOkStatus) return "OK";
+  if (ok) return "OK";
   // The status is read a second time on this path; its text is the answer.
   std::string second;
   detail::Trapped([&] {

@@ -8,7 +8,7 @@
 
 namespace vantrove {
 
-using extract::detail::FindNoCase;
+using extract::detail::FindAsciiNoCase;
 using extract::detail::LineReader;
 using extract::detail::TrimBlanks;
 
@@ -55,7 +55,7 @@ int16_t ReadFlatFile(const std::string& file, Variant& varArray, bool headings) 
     Pass pass(file, 0);
     std::string_view line;
     std::string first = pass.Next(line) ? std::string(TrimBlanks(line)) : std::string();
-    if (FindNoCase(first, "<?xml version=") != std::string_view::npos) {
+    if (FindAsciiNoCase(first, "<?xml version=") != std::string_view::npos) {
       header = 1;
       latin1 = extract::detail::DeclaresSingleByte(first);
     }

@@ -14,7 +14,7 @@
 namespace vantrove::extract {
 
 using detail::ContainsNoCase;
-using detail::FindNoCase;
+using detail::FindAsciiNoCase;
 using detail::LineSource;
 using detail::LineWriter;
 using detail::TrimBlanks;
@@ -101,7 +101,7 @@ constexpr Mask Bit(Tag t) { return Mask{1} << t; }
 
 class Classifier {
  public:
-  explicit Classifier(std::string chapter) : open_(Lower(chapter)), close_("/" + open_) {
+  explicit Classifier(std::string chapter) : open_(vantrove::detail::AsciiLowerCopy(chapter)), close_("/" + open_) {
     for (const TagName& t : kTags) byLength_[t.text.size()].push_back(t);
   }
 
@@ -124,21 +124,8 @@ class Classifier {
 
  private:
   static constexpr size_t kLongest = 40;
-  static std::string Lower(std::string_view s) {
-    std::string out(s);
-    for (char& c : out) {
-      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-    }
-    return out;
-  }
   static bool Same(std::string_view token, std::string_view lower) {
-    if (token.size() != lower.size()) return false;
-    for (size_t k = 0; k < token.size(); ++k) {
-      char c = token[k];
-      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-      if (c != lower[k]) return false;
-    }
-    return true;
+    return vantrove::detail::EqualAsciiNoCase(token, lower);
   }
   Mask Match(std::string_view token) const {
     Mask m = 0;
@@ -166,7 +153,7 @@ void Item(std::string& out, std::string_view item) {
 // The name on a line that follows a <block> or <layoutname> line: the text
 // after "<name>" with "</name>" removed.
 std::string NameOnLine(std::string_view line) {
-  const size_t at = FindNoCase(line, "<name>");
+  const size_t at = FindAsciiNoCase(line, "<name>");
   const size_t from = at == std::string_view::npos ? 5 : at + 6;
   if (from > line.size()) return {};
   return detail::ReplaceNoCase(line.substr(from), "</name>", "");
@@ -237,7 +224,7 @@ class Flattener {
   // The path of a <DatabaseFilename> line: from 18 characters after the tag
   // up to the first "</" found from the line's second character.
   std::string PathOn(const std::string& line) {
-    const size_t tag = FindNoCase(line, "<databasefilename>");
+    const size_t tag = FindAsciiNoCase(line, "<databasefilename>");
     const size_t from = (tag == std::string::npos ? 0 : tag) + 18;
     const size_t close = line.find("</", 1);
     if (close == std::string::npos || close < from || from > line.size()) {
@@ -371,7 +358,7 @@ class Flattener {
       case 3: return Attributes(m);
       case 7:
         if (m & Bit(kBlockEnd)) return line_.clear(), true;
-        if (const size_t at = FindNoCase(line_, "<block name='"); at != std::string::npos) {
+        if (const size_t at = FindAsciiNoCase(line_, "<block name='"); at != std::string::npos) {
           const size_t from = at + 13;
           const size_t close = line_.find("'>");
           if (close == std::string::npos || close < from) {
@@ -454,7 +441,7 @@ class Flattener {
   // Appends `text` with every `find` (case ignored) written `with`.
   static void AppendReplaced(std::string& out, std::string_view text, std::string_view find, std::string_view with) {
     size_t at = 0;
-    for (size_t i = FindNoCase(text, find); i != std::string_view::npos; i = FindNoCase(text, find, at)) {
+    for (size_t i = FindAsciiNoCase(text, find); i != std::string_view::npos; i = FindAsciiNoCase(text, find, at)) {
       out.append(text.substr(at, i - at)).append(with);
       at = i + find.size();
     }
@@ -473,11 +460,11 @@ class Flattener {
   static void AppendUnquoted(std::string& out, std::string_view text) {
     size_t at = 0;
     for (size_t i = text.find('&'); i != std::string_view::npos; i = text.find('&', i + 1)) {
-      if (FindNoCase(text.substr(i, 6), "&quot;") == 0) {
+      if (FindAsciiNoCase(text.substr(i, 6), "&quot;") == 0) {
         out.append(text.substr(at, i - at)).push_back('"');
         i += 5;
         at = i + 1;
-      } else if (FindNoCase(text.substr(i, 6), "&apos;") == 0) {
+      } else if (FindAsciiNoCase(text.substr(i, 6), "&apos;") == 0) {
         out.append(text.substr(at, i - at)).push_back('\'');
         i += 5;
         at = i + 1;
@@ -620,7 +607,7 @@ bool CopyTaggedAttributeRecords(const std::string& source, const std::string& ta
     record.emplace_back(line);
     if (ContainsNoCase(line, "<attributetag>")) {
       for (const std::string& tag : tags) {
-        if (FindNoCase(line, ">" + tag + "<") != std::string_view::npos) keep = true;
+        if (FindAsciiNoCase(line, ">" + tag + "<") != std::string_view::npos) keep = true;
       }
     }
     if (ContainsNoCase(line, "</attribute>")) {

@@ -14,7 +14,6 @@ namespace vantrove::extract::detail {
 namespace {
 constexpr size_t kBlock = size_t{1} << 20;
 
-inline char Lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
 }  // namespace
 
 // ---- LineReader ------------------------------------------------------------------------
@@ -116,7 +115,7 @@ bool NormalisedLines::Next(std::string_view& line) {
   if (!reader_.Next(raw)) return false;
   // Most lines hold no blank at all, and so nothing the normaliser changes.
   if (std::memchr(raw.data(), ' ', raw.size()) == nullptr ||
-      (raw.find(" />") == std::string_view::npos && FindNoCase(raw, " name=") == std::string_view::npos)) {
+      (raw.find(" />") == std::string_view::npos && FindAsciiNoCase(raw, " name=") == std::string_view::npos)) {
     line = raw;
     return true;
   }
@@ -133,42 +132,20 @@ LineWriter::~LineWriter() { Abandon(); }
 
 bool LineWriter::Open(const std::string& target) {
   Abandon();
-  failed_ = false;
-  target_ = target;
-  struct stat st {};
-  if (target.empty() || (::stat(target.c_str(), &st) == 0 && S_ISDIR(st.st_mode))) {
-    failed_ = true;
-    return false;
-  }
-  std::string pattern = target + ".vtmp.XXXXXX";
-  std::vector<char> name(pattern.begin(), pattern.end());
-  name.push_back('\0');
-  const int fd = ::mkstemp(name.data());
-  if (fd < 0) {
-    failed_ = true;
-    return false;
-  }
-  temp_ = name.data();
-  file_ = ::fdopen(fd, "wb");
-  if (file_ == nullptr) {
-    ::close(fd);
-    ::unlink(temp_.c_str());
-    temp_.clear();
-    failed_ = true;
-    return false;
-  }
-  buffer_.reserve(kBlock + 4096);
-  return true;
+  failed_ = !file_.Open(target).ok();
+  open_ = !failed_;
+  if (open_) buffer_.reserve(kBlock + 4096);
+  return open_;
 }
 
 void LineWriter::Flush() {
-  if (file_ == nullptr || buffer_.empty()) return;
-  if (std::fwrite(buffer_.data(), 1, buffer_.size(), file_) != buffer_.size()) failed_ = true;
+  if (!open_ || buffer_.empty()) return;
+  if (!file_.Write(buffer_)) failed_ = true;
   buffer_.clear();
 }
 
 void LineWriter::Write(std::string_view text) {
-  if (file_ == nullptr) {
+  if (!open_) {
     failed_ = true;
     return;
   }
@@ -177,35 +154,20 @@ void LineWriter::Write(std::string_view text) {
 }
 
 bool LineWriter::Commit() {
-  if (file_ == nullptr) return false;
+  if (!open_) return false;
   Flush();
-  if (std::fflush(file_) != 0) failed_ = true;
-  if (std::fclose(file_) != 0) failed_ = true;
-  file_ = nullptr;
-  if (failed_) {
-    Abandon();
-    return false;
-  }
-  struct stat existing {};
-  ::chmod(temp_.c_str(), ::stat(target_.c_str(), &existing) == 0 ? (existing.st_mode & 07777) : 0644);
-  if (std::rename(temp_.c_str(), target_.c_str()) != 0) {
+  open_ = false;
+  if (failed_ || !file_.Commit().ok()) {
     failed_ = true;
     Abandon();
     return false;
   }
-  temp_.clear();
   return true;
 }
 
 void LineWriter::Abandon() {
-  if (file_ != nullptr) {
-    std::fclose(file_);
-    file_ = nullptr;
-  }
-  if (!temp_.empty()) {
-    ::unlink(temp_.c_str());
-    temp_.clear();
-  }
+  file_.Discard();
+  open_ = false;
   buffer_.clear();
 }
 
@@ -218,25 +180,11 @@ std::string_view TrimBlanks(std::string_view s) {
   return s.substr(a, b - a);
 }
 
-size_t FindNoCase(std::string_view haystack, std::string_view needle, size_t from) {
-  if (needle.empty()) return from <= haystack.size() ? from : std::string_view::npos;
-  if (needle.size() > haystack.size()) return std::string_view::npos;
-  const char first = Lower(needle[0]);
-  const size_t last = haystack.size() - needle.size();
-  for (size_t i = from; i <= last; ++i) {
-    if (Lower(haystack[i]) != first) continue;
-    size_t k = 1;
-    while (k < needle.size() && Lower(haystack[i + k]) == Lower(needle[k])) ++k;
-    if (k == needle.size()) return i;
-  }
-  return std::string_view::npos;
-}
-
 std::string ReplaceNoCase(std::string_view text, std::string_view find, std::string_view with) {
   std::string out;
   size_t at = 0;
   for (;;) {
-    const size_t hit = FindNoCase(text, find, at);
+    const size_t hit = FindAsciiNoCase(text, find, at);
     if (hit == std::string_view::npos) break;
     out.append(text.substr(at, hit - at));
     out.append(with);
@@ -252,14 +200,14 @@ bool FileExistsPlain(const std::string& path) {
 }
 
 bool DeclaresSingleByte(std::string_view firstLine) {
-  const size_t at = FindNoCase(firstLine, "encoding");
+  const size_t at = FindAsciiNoCase(firstLine, "encoding");
   if (at == std::string_view::npos) return false;
   const size_t q = firstLine.find_first_of("\"'", at);
   if (q == std::string_view::npos) return false;
   const size_t close = firstLine.find(firstLine[q], q + 1);
   if (close == std::string_view::npos) return false;
   const std::string_view name = firstLine.substr(q + 1, close - q - 1);
-  return !(FindNoCase(name, "utf-8") == 0 || FindNoCase(name, "utf8") == 0 || FindNoCase(name, "utf-16") == 0 ||
+  return !(FindAsciiNoCase(name, "utf-8") == 0 || FindAsciiNoCase(name, "utf8") == 0 || FindAsciiNoCase(name, "utf-16") == 0 ||
            name.empty());
 }
 
@@ -267,7 +215,7 @@ bool DeclaresSingleByte(std::string_view firstLine) {
 
 namespace vantrove::extract {
 
-using detail::FindNoCase;
+using detail::FindAsciiNoCase;
 
 TempFile::~TempFile() {
   if (!path_.empty()) ::unlink(path_.c_str());
@@ -285,7 +233,7 @@ void FixLine(std::string_view line, std::vector<std::string>& out) {
     out.push_back("<" + tag + "></" + tag + ">");
     return;
   }
-  const size_t named = FindNoCase(line, " name=");
+  const size_t named = FindAsciiNoCase(line, " name=");
   if (named != std::string_view::npos) {
     std::string value;
     for (char c : line.substr(named + 6)) {

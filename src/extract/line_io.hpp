@@ -9,6 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "../runtime/text_compare.hpp"
+#include "vantrove/engine/replacing_file.hpp"
+
 namespace vantrove::extract::detail {
 
 class LineReader {
@@ -97,19 +100,18 @@ class LineWriter : public TextSink {
   void Flush();
   void Abandon();
 
-  std::FILE* file_ = nullptr;
-  std::string target_;
-  std::string temp_;
+  engine::io::ReplacingFile file_;
   std::string buffer_;
+  bool open_ = false;
   bool failed_ = false;
 };
 
 // Blanks (U+0020) trimmed from both ends, as the classic Trim does.
 std::string_view TrimBlanks(std::string_view s);
 // Case-insensitive (ASCII) search; npos when absent.
-size_t FindNoCase(std::string_view haystack, std::string_view needle, size_t from = 0);
+using vantrove::detail::FindAsciiNoCase;
 inline bool ContainsNoCase(std::string_view haystack, std::string_view needle) {
-  return FindNoCase(haystack, needle) != std::string_view::npos;
+  return FindAsciiNoCase(haystack, needle) != std::string_view::npos;
 }
 // Replaces every case-insensitive occurrence of `find` by `with`.
 std::string ReplaceNoCase(std::string_view text, std::string_view find, std::string_view with);

@@ -4,11 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <random>
 
 #include "vantrove/output.hpp"
 #include "vantrove/runtime.hpp"
@@ -46,51 +44,32 @@ std::string ResolveTarget(const std::string& path) {
   return resolved;
 }
 
-std::string FolderOf(const std::string& path) {
-  const size_t slash = path.find_last_of('/');
-  if (slash == std::string::npos) return ".";
-  return slash == 0 ? "/" : path.substr(0, slash);
-}
+}  // namespace
 
-std::string NameOf(const std::string& path) {
-  const size_t slash = path.find_last_of('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
+namespace {
 
-// Creates a new, hidden file beside `target`; its name is returned in `temp`.
-int CreateBeside(const std::string& target, std::string& temp) {
-  static std::atomic<uint64_t> counter{0};
-  std::random_device rd;
-  const std::string folder = FolderOf(target);
-  const std::string prefix = (folder == "/" ? "/" : folder + "/") + "." + NameOf(target).substr(0, 200) + ".tmp";
-  for (int attempt = 0; attempt < 100; ++attempt) {
-    temp = prefix + std::to_string(getpid()) + "-" + std::to_string(counter++) + "-" + std::to_string(rd() % 100000);
-    const int fd = open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd >= 0) return fd;
-    if (errno != EEXIST) RaiseOpenError(errno, target);
-  }
-  RaiseOpenError(EEXIST, target);
+// Raises what a failure of the replacing file means to a caller.
+[[noreturn]] void RaiseReplaceError(const engine::io::ReplacingFile& file, const std::string& path) {
+  const int e = file.error();
+  if (e == EISDIR) Raise(err::kPathFileAccess, "Path/File access error: " + path + " is a folder");
+  if (e == ENOSPC || e == EDQUOT || e == EIO) RaiseWriteError(e, path);
+  RaiseOpenError(e == 0 ? EIO : e, path);
 }
 
 }  // namespace
 
 OutputFile::OutputFile(const std::string& path, Mode mode) : mode_(mode) {
   if (path.empty() || path.find('\0') != std::string::npos) Raise(err::kBadFileName, "Bad file name");
-  target_ = ResolveTarget(path);
-  struct stat st {};
-  const bool exists = stat(target_.c_str(), &st) == 0;
-  if (exists && S_ISDIR(st.st_mode)) Raise(err::kPathFileAccess, "Path/File access error: " + path + " is a folder");
-  if (mode_ == Mode::Replace && exists && !S_ISREG(st.st_mode)) {
-    // A device or a pipe (/dev/stdout, a FIFO) is written to, not replaced.
-    fd_ = open(target_.c_str(), O_WRONLY | O_CLOEXEC);
-    if (fd_ < 0) RaiseOpenError(errno, path);
-    direct_ = true;
-  } else if (mode_ == Mode::Replace) {
-    // A file that may not be written is not replaced either.
-    if (exists && access(target_.c_str(), W_OK) != 0) RaiseOpenError(errno, path);
-    fd_ = CreateBeside(target_, temp_);
-    if (exists) (void)fchmod(fd_, st.st_mode & 07777);
+  if (mode_ == Mode::Replace) {
+    // Links are followed, a device or pipe is written in place, and a file
+    // that may not be written is not replaced either (see ReplacingFile).
+    if (!replacing_.Open(path).ok()) RaiseReplaceError(replacing_, path);
+    target_ = replacing_.target();
   } else {
+    target_ = ResolveTarget(path);
+    struct stat st {};
+    const bool exists = stat(target_.c_str(), &st) == 0;
+    if (exists && S_ISDIR(st.st_mode)) Raise(err::kPathFileAccess, "Path/File access error: " + path + " is a folder");
     fd_ = open(target_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
     if (fd_ < 0) RaiseOpenError(errno, path);
     createdTarget_ = !exists;
@@ -105,12 +84,17 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Write(std::string_view bytes) {
-  if (fd_ < 0) Raise(err::kDeviceIO, "Device I/O error: the file is closed");
+  if (committed_ || (mode_ == Mode::Append && fd_ < 0)) Raise(err::kDeviceIO, "Device I/O error: the file is closed");
   buffer_.append(bytes);
   if (buffer_.size() >= kFlushSize) Flush();
 }
 
 void OutputFile::Flush() {
+  if (mode_ == Mode::Replace) {
+    if (!replacing_.Write(buffer_)) RaiseReplaceError(replacing_, target_);
+    buffer_.clear();
+    return;
+  }
   size_t done = 0;
   while (done < buffer_.size()) {
     const ssize_t n = write(fd_, buffer_.data() + done, buffer_.size() - done);
@@ -124,28 +108,29 @@ void OutputFile::Flush() {
 }
 
 void OutputFile::Commit() {
-  if (fd_ < 0) Raise(err::kDeviceIO, "Device I/O error: the file is closed");
+  if (committed_ || (mode_ == Mode::Append && fd_ < 0)) Raise(err::kDeviceIO, "Device I/O error: the file is closed");
   Flush();
-  const int fd = fd_;
-  fd_ = -1;
-  if (close(fd) != 0) RaiseWriteError(errno, target_);
-  if (mode_ == Mode::Replace && !direct_ && rename(temp_.c_str(), target_.c_str()) != 0) {
-    RaiseOpenError(errno, target_);
+  if (mode_ == Mode::Replace) {
+    if (!replacing_.Commit().ok()) RaiseReplaceError(replacing_, target_);
+  } else {
+    const int fd = fd_;
+    fd_ = -1;
+    if (close(fd) != 0) RaiseWriteError(errno, target_);
   }
   committed_ = true;
 }
 
 void OutputFile::Abandon() noexcept {
+  if (mode_ == Mode::Replace) {
+    replacing_.Discard();
+    return;
+  }
   if (fd_ >= 0) {
-    if (mode_ == Mode::Append && !createdTarget_) (void)ftruncate(fd_, originalSize_);
+    if (!createdTarget_) (void)ftruncate(fd_, originalSize_);
     close(fd_);
     fd_ = -1;
   }
-  if (mode_ == Mode::Replace) {
-    if (!temp_.empty()) unlink(temp_.c_str());
-  } else if (createdTarget_) {
-    unlink(target_.c_str());
-  }
+  if (createdTarget_) unlink(target_.c_str());
 }
 
 void WriteWholeFile(const std::string& path, std::string_view bytes) {

@@ -17,6 +17,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "../runtime/text_compare.hpp"
 #include "table.hpp"
 #include "vantrove/recordset.hpp"
 #include "vantrove/engine/utf8.hpp"
@@ -294,12 +295,7 @@ class RowBuilder {
   bool Kept(std::string_view name) const {
     if (keep_ == nullptr) return true;
     for (const std::string& k : *keep_) {
-      if (k.size() != name.size()) continue;
-      bool same = true;
-      for (size_t i = 0; same && i < k.size(); ++i) {
-        same = std::tolower(static_cast<unsigned char>(k[i])) == std::tolower(static_cast<unsigned char>(name[i]));
-      }
-      if (same) return true;
+      if (detail::EqualAsciiNoCase(k, name)) return true;
     }
     return false;
   }
@@ -537,8 +533,7 @@ pugi::xml_encoding EncodingFromDeclaration(std::string_view decl) {
   const char q = decl[i];
   const size_t close = decl.find(q, i + 1);
   if (close == std::string_view::npos) return pugi::encoding_utf8;
-  std::string name(decl.substr(i + 1, close - i - 1));
-  for (char& ch : name) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+  const std::string name = detail::AsciiLowerCopy(decl.substr(i + 1, close - i - 1));
   if (name == "utf-8" || name == "utf8" || name.empty()) return pugi::encoding_utf8;
   // Every single-byte encoding is read as Latin-1, which keeps each byte.
   return pugi::encoding_latin1;

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <limits>
 
+#include "text_compare.hpp"
 #include "vantrove/runtime/errors.hpp"
 #include "vantrove/runtime/safearray.hpp"
 #include "vantrove/runtime/strings.hpp"
@@ -27,16 +28,7 @@ std::string_view TrimBlanks(std::string_view s) {
   return s;
 }
 
-bool EqualsNoCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    char x = a[i], y = b[i];
-    if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
-    if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
-    if (x != y) return false;
-  }
-  return true;
-}
+using detail::EqualAsciiNoCase;
 
 // Days since 1970-01-01 of a proleptic Gregorian date.
 int64_t DaysFromCivil(int64_t y, int64_t m, int64_t d) {
@@ -272,7 +264,7 @@ bool ParseTime(std::string_view s, int& h, int& mi, int& sec) {
   if (Eat(s, ':') && !ReadInt(s, sec, 2)) return false;
   s = TrimBlanks(s);
   if (!s.empty()) {
-    const bool am = EqualsNoCase(s, "AM"), pm = EqualsNoCase(s, "PM");
+    const bool am = EqualAsciiNoCase(s, "AM"), pm = EqualAsciiNoCase(s, "PM");
     if (!am && !pm) return false;
     if (h < 1 || h > 12) return false;
     h = (h % 12) + (pm ? 12 : 0);
@@ -395,8 +387,8 @@ bool CBool(const Variant& v) {
   if (const auto* b = v.get_if<bool>()) return *b;
   if (v.IsString()) {
     const std::string_view s = TrimBlanks(v.str());
-    if (EqualsNoCase(s, "True")) return true;
-    if (EqualsNoCase(s, "False")) return false;
+    if (EqualAsciiNoCase(s, "True")) return true;
+    if (EqualAsciiNoCase(s, "False")) return false;
     if (auto n = ParseNumber(s)) return *n != 0;
     Raise(err::kTypeMismatch);
   }

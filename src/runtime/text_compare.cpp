@@ -6,9 +6,33 @@
 
 namespace vantrove::detail {
 
-namespace {
-inline unsigned char Lower(unsigned char c) { return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + 32) : c; }
-}  // namespace
+std::string AsciiLowerCopy(std::string_view s) {
+  std::string out(s);
+  for (char& c : out) c = AsciiLower(c);
+  return out;
+}
+
+bool EqualAsciiNoCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (AsciiLower(a[i]) != AsciiLower(b[i])) return false;
+  }
+  return true;
+}
+
+size_t FindAsciiNoCase(std::string_view haystack, std::string_view needle, size_t from) {
+  if (needle.empty()) return from <= haystack.size() ? from : std::string_view::npos;
+  if (needle.size() > haystack.size()) return std::string_view::npos;
+  const char first = AsciiLower(needle[0]);
+  const size_t last = haystack.size() - needle.size();
+  for (size_t i = from; i <= last; ++i) {
+    if (AsciiLower(haystack[i]) != first) continue;
+    size_t k = 1;
+    while (k < needle.size() && AsciiLower(haystack[i + k]) == AsciiLower(needle[k])) ++k;
+    if (k == needle.size()) return i;
+  }
+  return std::string_view::npos;
+}
 
 bool IsAscii(std::string_view s) {
   for (char c : s) {
@@ -21,8 +45,8 @@ int CompareText(std::string_view a, std::string_view b) {
   if (IsAscii(a) && IsAscii(b)) {
     const size_t n = std::min(a.size(), b.size());
     for (size_t i = 0; i < n; ++i) {
-      const unsigned char x = Lower(static_cast<unsigned char>(a[i]));
-      const unsigned char y = Lower(static_cast<unsigned char>(b[i]));
+      const auto x = static_cast<unsigned char>(AsciiLower(a[i]));
+      const auto y = static_cast<unsigned char>(AsciiLower(b[i]));
       if (x != y) return x < y ? -1 : 1;
     }
     return a.size() < b.size() ? -1 : (a.size() > b.size() ? 1 : 0);
@@ -31,32 +55,13 @@ int CompareText(std::string_view a, std::string_view b) {
 }
 
 bool EqualText(std::string_view a, std::string_view b) {
-  if (IsAscii(a) && IsAscii(b)) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-      if (Lower(static_cast<unsigned char>(a[i])) != Lower(static_cast<unsigned char>(b[i]))) return false;
-    }
-    return true;
-  }
+  if (IsAscii(a) && IsAscii(b)) return EqualAsciiNoCase(a, b);
   return StrComp(a, b, CompareMode::Text) == 0;
 }
 
 bool ContainsText(std::string_view haystack, std::string_view needle) {
   if (needle.empty()) return true;
-  if (IsAscii(haystack) && IsAscii(needle)) {
-    if (needle.size() > haystack.size()) return false;
-    const unsigned char first = Lower(static_cast<unsigned char>(needle[0]));
-    for (size_t i = 0; i + needle.size() <= haystack.size(); ++i) {
-      if (Lower(static_cast<unsigned char>(haystack[i])) != first) continue;
-      size_t k = 1;
-      while (k < needle.size() &&
-             Lower(static_cast<unsigned char>(haystack[i + k])) == Lower(static_cast<unsigned char>(needle[k]))) {
-        ++k;
-      }
-      if (k == needle.size()) return true;
-    }
-    return false;
-  }
+  if (IsAscii(haystack) && IsAscii(needle)) return FindAsciiNoCase(haystack, needle) != std::string_view::npos;
   return FoldCase(haystack).find(FoldCase(needle)) != std::string::npos;
 }
 

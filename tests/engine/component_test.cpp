@@ -34,7 +34,7 @@ TEST(Component, OpenWriteAndClose) {
   EXPECT_EQ(xml.find("<TextLiterals>"), std::string::npos);
 
   component.WriteXmlDescription((dir / "no" / "d.xml").string(), 1, 1, 1, 1, 1, 1, 1, 1);
-  EXPECT_EQ(StatusOf(component).rfind("1401:", 0), 0u) << StatusOf(component);
+  EXPECT_EQ(StatusOf(component).rfind("1403:", 0), 0u) << StatusOf(component);
 
   component.CloseDrawing();
   EXPECT_EQ(StatusOf(component), "1000:Ok");

@@ -189,9 +189,11 @@ TEST(DescriptionFile, WritesThroughATemporaryFileAndReportsFailures) {
   for (const auto& entry : std::filesystem::directory_iterator(dir.path())) files += entry.is_regular_file();
   EXPECT_EQ(files, 1u);  // no temporary file left behind
 
+  // The description is written the way every replaced file is: a missing
+  // folder is named as such, as for the DXF writer.
   status = WriteDescriptionFile(doc, {}, (dir / "missing" / "out.xml").string());
-  EXPECT_EQ(status.code, StatusCode::kCannotWriteFile);
-  EXPECT_NE(status.Text().find("missing/out.xml"), std::string::npos);
+  EXPECT_EQ(status.code, StatusCode::kFolderNotFound);
+  EXPECT_NE(status.Text().find((dir / "missing").string()), std::string::npos);
   EXPECT_EQ(WriteDescriptionFile(doc, {}, dir.path().string()).code, StatusCode::kCannotWriteFile);
   EXPECT_EQ(WriteDescriptionFile(doc, {}, "").code, StatusCode::kCannotWriteFile);
 }

@@ -1,17 +1,14 @@
 #include "vantrove/engine/description.hpp"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <map>
 #include <unordered_set>
 #include <vector>
+
+#include "vantrove/engine/replacing_file.hpp"
 #include "vantrove/engine/utf8.hpp"
 
 namespace vantrove::engine {
@@ -460,18 +457,24 @@ class StringSink : public DescriptionSink {
   std::string text;
 };
 
+// Collects the many small pieces of the description into large writes.
 class FileSink : public DescriptionSink {
  public:
-  explicit FileSink(std::FILE* file) : file_(file) {}
+  explicit FileSink(io::ReplacingFile& file) : file_(file) { buffer_.reserve(kBlock + 4096); }
   void Write(std::string_view bytes) override {
-    if (failed_) return;
-    if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) failed_ = true;
+    buffer_.append(bytes);
+    if (buffer_.size() >= kBlock) Flush();
   }
-  bool failed() const { return failed_; }
+  bool Flush() {
+    const bool ok = file_.Write(buffer_);
+    buffer_.clear();
+    return ok;
+  }
 
  private:
-  std::FILE* file_;
-  bool failed_ = false;
+  static constexpr size_t kBlock = size_t{1} << 20;
+  io::ReplacingFile& file_;
+  std::string buffer_;
 };
 
 }  // namespace
@@ -493,48 +496,17 @@ std::string DescriptionText(const Document& document, const DescriptionSections&
 }
 
 Status WriteDescriptionFile(const Document& document, const DescriptionSections& sections, const std::string& path) {
-  auto fail = [&](const std::string& why) {
-    return Status::Error(StatusCode::kCannotWriteFile, "Cannot write the file (" + why + "): " + path);
-  };
-  if (path.empty()) return fail("no file name given");
-  std::error_code error;
-  if (std::filesystem::is_directory(path, error)) return fail("it is a folder");
-  std::string temp = path + ".XXXXXX";
-  std::vector<char> name(temp.begin(), temp.end());
-  name.push_back('\0');
-  const int fd = ::mkstemp(name.data());
-  if (fd < 0) return fail(std::strerror(errno));
-  std::string temp_path(name.data());
-  std::FILE* file = ::fdopen(fd, "wb");
-  if (file == nullptr) {
-    const int saved = errno;
-    ::close(fd);
-    ::unlink(temp_path.c_str());
-    return fail(std::strerror(saved));
-  }
+  io::ReplacingFile file;
+  Status opened = file.Open(path);
+  if (!opened.ok()) return opened;
   FileSink sink(file);
   try {
     WriteDescription(document, sections, sink);
   } catch (const std::exception& e) {
-    std::fclose(file);
-    ::unlink(temp_path.c_str());
-    return fail(e.what());
+    return Status::Error(StatusCode::kCannotWriteFile, std::string("Cannot write the file (") + e.what() + "): " + path);
   }
-  const bool write_failed = sink.failed() || std::fflush(file) != 0;
-  const bool close_failed = std::fclose(file) != 0;
-  if (write_failed || close_failed) {
-    ::unlink(temp_path.c_str());
-    return fail("the disk refused the data");
-  }
-  // mkstemp makes the file private; keep the mode of the file being replaced, else rw-r--r--.
-  struct stat existing {};
-  ::chmod(temp_path.c_str(), ::stat(path.c_str(), &existing) == 0 ? (existing.st_mode & 07777) : 0644);
-  if (std::rename(temp_path.c_str(), path.c_str()) != 0) {
-    const int saved = errno;
-    ::unlink(temp_path.c_str());
-    return fail(std::strerror(saved));
-  }
-  return Status::Ok();
+  sink.Flush();
+  return file.Commit();
 }
 
 }  // namespace vantrove::engine

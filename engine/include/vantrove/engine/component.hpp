@@ -1,14 +1,17 @@
 #pragma once
 // The drawing component: holds at most one open drawing and offers the
 // operations the automation class drives. Every operation leaves a status
-// text that LastStatus returns: exactly "1000:Ok" after success, otherwise
-// "NNNN:message" with a stable code and a plain-English message.
+// (CurrentStatus): a stable code and a plain-English message. LastStatus
+// gives it as the component's status text, exactly "1000:Ok" after success,
+// otherwise "NNNN:message".
 //
 // No operation throws; failures are reported through the status only.
 
 #include <cstdint>
 #include <memory>
 #include <string>
+
+#include "vantrove/engine/status.hpp"
 
 namespace vantrove::engine {
 
@@ -44,6 +47,9 @@ class DrawingComponent {
   void WriteXmlDescription(const std::string& path, int32_t blocks, int32_t attributeDefinitions,
                            int32_t externalReferences, int32_t layers, int32_t layouts,
                            int32_t systemVariables, int32_t images, int32_t text);
+  // The status of the last operation.
+  const Status& CurrentStatus() const;
+  // The same status as text: "1000:Ok" or "NNNN:message".
   void LastStatus(std::string& status) const;
   void SaveAs(const std::string& path, int32_t version);
   void WriteDxf(const std::string& path, int32_t precision, int32_t version);
