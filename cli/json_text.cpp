@@ -43,10 +43,22 @@ void AppendExponent(std::string& out, int e) {
 
 }  // namespace
 
+// True when none of the 8 bytes at `p` needs escaping or is outside ASCII.
+bool PlainWord(const char* p) {
+  uint64_t w;
+  std::memcpy(&w, p, 8);
+  constexpr uint64_t kOnes = 0x0101010101010101ull, kHigh = 0x8080808080808080ull;
+  const uint64_t control = (w - kOnes * 0x20) & ~w;                   // bytes below 0x20, or high
+  const uint64_t quote = ((w ^ (kOnes * '"')) - kOnes) & ~(w ^ (kOnes * '"'));
+  const uint64_t slash = ((w ^ (kOnes * '\\')) - kOnes) & ~(w ^ (kOnes * '\\'));
+  return ((control | quote | slash | w) & kHigh) == 0;
+}
+
 void AppendJsonString(std::string& out, std::string_view s) {
-  bool high = false;
   size_t plain = 0;
+  while (plain + 8 <= s.size() && PlainWord(s.data() + plain)) plain += 8;
   while (plain < s.size() && PlainByte(static_cast<unsigned char>(s[plain]))) ++plain;
+  bool high = false;
   for (size_t i = plain; i < s.size() && !high; ++i) high = static_cast<unsigned char>(s[i]) >= 0x80;
   if (high && !simdjson::validate_utf8(s.data(), s.size())) {
     // Rare: let the reference writer decide where each bad sequence ends.
@@ -57,6 +69,10 @@ void AppendJsonString(std::string& out, std::string_view s) {
   out.append(s.data(), plain);
   size_t run = plain;
   for (size_t i = plain; i < s.size(); ++i) {
+    if (i + 8 <= s.size() && PlainWord(s.data() + i)) {
+      i += 7;
+      continue;
+    }
     const auto c = static_cast<unsigned char>(s[i]);
     if (c >= 0x20 && c != '"' && c != '\\') continue;
     out.append(s.data() + run, i - run);

@@ -46,6 +46,7 @@ class Session {
   Variant CallObject(const std::string& verb, std::vector<Variant>& args);
 
   simdjson::dom::parser parser_;
+  size_t request_size_ = 0;
   clsVantrove object_;
   ObjectTable objects_;
 };
