@@ -17,6 +17,7 @@
 #include "vantrove/component.hpp"
 #include "vantrove/engine/component.hpp"
 #include "vantrove/engine/replacing_file.hpp"
+#include "vantrove/engine/progress.hpp"
 #include "vantrove/extract.hpp"
 
 namespace vantrove::cli {
@@ -84,19 +85,24 @@ std::vector<std::string> ExpandDrawings(const std::vector<std::string>& args, bo
 
 namespace {
 
-// One line on a terminal that shows how far a run over many drawings got.
+// One line on a terminal that shows how far a run over many drawings got,
+// and how far the drawing being read got when it is a large one.
 class Progress {
  public:
-  explicit Progress(size_t total) : total_(total), shown_(total > 1 && isatty(STDERR_FILENO)) {}
+  explicit Progress(size_t total) : total_(total), terminal_(isatty(STDERR_FILENO) != 0), shown_(false) {}
   ~Progress() { Clear(); }
   void Step(size_t done, const std::string& name) {
-    if (!shown_) return;
-    const size_t width = 30, filled = total_ ? done * width / total_ : width;
-    std::string label = fs::path(name).filename().string();
-    if (label.size() > 40) label = label.substr(0, 37) + "...";
-    std::fprintf(stderr, "\r[%s%s] %zu/%zu %-40s", std::string(filled, '#').c_str(),
-                 std::string(width - filled, '.').c_str(), done, total_, label.c_str());
-    std::fflush(stderr);
+    done_ = done;
+    name_ = name;
+    part_ = -1;
+    if (total_ > 1) Draw(0);
+  }
+  // The current drawing is `fraction` read; shown for one drawing too.
+  void Within(double fraction) {
+    const int part = static_cast<int>(fraction * 100);
+    if (part == part_ || done_ >= total_) return;
+    part_ = part;
+    Draw(fraction);
   }
   void Clear() {
     if (shown_) std::fprintf(stderr, "\r%80s\r", "");
@@ -109,8 +115,26 @@ class Progress {
   }
 
  private:
+  void Draw(double fraction) {
+    if (!terminal_) return;
+    const size_t width = 30;
+    const double share = total_ ? (static_cast<double>(done_) + fraction) / static_cast<double>(total_) : 1.0;
+    const auto filled = std::min(width, static_cast<size_t>(share * width));
+    std::string label = fs::path(name_).filename().string();
+    if (label.size() > 34) label = label.substr(0, 31) + "...";
+    if (part_ >= 0) label += " reading " + std::to_string(part_) + "%";
+    std::fprintf(stderr, "\r[%s%s] %zu/%zu %-40s", std::string(filled, '#').c_str(),
+                 std::string(width - filled, '.').c_str(), done_, total_, label.c_str());
+    std::fflush(stderr);
+    shown_ = true;
+  }
+
   size_t total_;
+  bool terminal_;
   bool shown_;
+  size_t done_ = 0;
+  std::string name_;
+  int part_ = -1;
 };
 
 // Runs `work` on every drawing, reporting failures as it goes and a summary
@@ -126,6 +150,9 @@ int ForEachDrawing(const std::string& job, const std::vector<std::string>& args,
   }
   clsVantrove vantrove;
   Progress progress(drawings.size());
+  // Large drawings report how far reading got while they are opened.
+  const engine::ReadProgress before = engine::SetReadProgress(
+      [&progress](uint64_t done, uint64_t total) { progress.Within(total ? double(done) / double(total) : 1.0); });
   size_t failed = 0;
   for (size_t i = 0; i < drawings.size(); ++i) {
     progress.Step(i, drawings[i]);
@@ -141,6 +168,7 @@ int ForEachDrawing(const std::string& job, const std::vector<std::string>& args,
       progress.Say("vantrove " + job + ": " + drawings[i] + ": " + error);
     }
   }
+  engine::SetReadProgress(before);
   progress.Step(drawings.size(), "");
   progress.Clear();
   if (drawings.size() > 1 || failed) {

@@ -4,9 +4,12 @@
 #include <cstdio>
 #include <limits>
 
+#include "json_text.hpp"
+
 namespace vantrove::cli {
 
-using nlohmann::json;
+using simdjson::dom::element;
+using simdjson::dom::element_type;
 
 int64_t ObjectTable::Add(const ObjectRef& obj) {
   for (const auto& [id, o] : byId_) {
@@ -28,156 +31,257 @@ namespace {
 
 [[noreturn]] void Bad(const std::string& what) { Raise(err::kTypeMismatch, what); }
 
-int32_t ToInt32(const json& j) {
-  if (!j.is_number_integer()) Bad("an array bound must be a whole number");
-  const auto v = j.get<int64_t>();
-  if (v < std::numeric_limits<int32_t>::min() || v > std::numeric_limits<int32_t>::max()) Raise(err::kOverflow);
+int32_t ToInt32(element j) {
+  if (j.type() != element_type::INT64 && j.type() != element_type::UINT64) Bad("an array bound must be a whole number");
+  int64_t v = 0;
+  if (j.get_int64().get(v) != simdjson::SUCCESS || v < std::numeric_limits<int32_t>::min() ||
+      v > std::numeric_limits<int32_t>::max()) {
+    Raise(err::kOverflow);
+  }
   return static_cast<int32_t>(v);
 }
 
-Variant Number(const json& j) {
-  if (j.is_number_integer()) {
-    if (j.is_number_unsigned()) {
-      const auto u = j.get<uint64_t>();
-      if (u <= static_cast<uint64_t>(std::numeric_limits<int32_t>::max())) return Variant(static_cast<int32_t>(u));
-      return Variant(static_cast<double>(u));
-    }
-    const auto v = j.get<int64_t>();
+Variant Number(element j) {
+  if (j.type() == element_type::INT64) {
+    const int64_t v = j.get_int64().value_unsafe();
     if (v >= std::numeric_limits<int32_t>::min() && v <= std::numeric_limits<int32_t>::max()) {
       return Variant(static_cast<int32_t>(v));
     }
     return Variant(static_cast<double>(v));
   }
-  return Variant(j.get<double>());
+  if (j.type() == element_type::UINT64) return Variant(static_cast<double>(j.get_uint64().value_unsafe()));
+  return Variant(j.get_double().value_unsafe());
 }
 
-Variant ArrayFrom(const json& rows, const json* lbound, const ObjectTable& objects) {
-  const bool twoD = !rows.empty() && std::all_of(rows.begin(), rows.end(), [](const json& r) { return r.is_array(); });
+// Element count of a parsed array; the parser's own count saturates.
+size_t CountOf(simdjson::dom::array a) {
+  size_t n = a.size();
+  if (n < 0xFFFFFF) return n;
+  n = 0;
+  for ([[maybe_unused]] element e : a) ++n;
+  return n;
+}
+
+int32_t Extent(size_t n) {
+  if (n > static_cast<size_t>(std::numeric_limits<int32_t>::max())) Raise(err::kOutOfMemory, "the array has too many elements");
+  return static_cast<int32_t>(n);
+}
+
+Variant ArrayFrom(simdjson::dom::array rows, const element* lbound, const ObjectTable& objects) {
+  const size_t n = CountOf(rows);
+  bool twoD = n > 0;
+  for (element r : rows) {
+    if (!twoD) break;
+    twoD = r.type() == element_type::ARRAY;
+  }
   std::vector<int32_t> lower;
   if (lbound != nullptr) {
-    if (!lbound->is_array()) Bad("lbound must be a list of lower bounds");
-    for (const json& b : *lbound) lower.push_back(ToInt32(b));
+    if (lbound->type() != element_type::ARRAY) Bad("lbound must be a list of lower bounds");
+    for (element b : AsArray(*lbound)) lower.push_back(ToInt32(b));
   }
   const size_t dims = twoD ? 2 : 1;
   if (!lower.empty() && lower.size() != dims) Bad("lbound must name one lower bound per dimension");
   lower.resize(dims, 0);
   if (!twoD) {
     std::vector<Variant> items;
-    for (const json& e : rows) items.push_back(FromJson(e, objects));
+    items.reserve(n);
+    for (element e : rows) items.push_back(FromJson(e, objects));
+    Extent(items.size());
     return Variant(SafeArray::Vector(std::move(items), lower[0]));
   }
-  const size_t cols = rows.front().size();
-  for (const json& r : rows) {
-    if (r.size() != cols) Bad("the rows of a two-dimensional array must all have the same length");
-  }
-  SafeArray a = SafeArray::Matrix(static_cast<int32_t>(rows.size()), static_cast<int32_t>(cols), lower[0], lower[1]);
-  for (size_t r = 0; r < rows.size(); ++r) {
-    for (size_t c = 0; c < cols; ++c) {
-      a.at(lower[0] + static_cast<int32_t>(r), lower[1] + static_cast<int32_t>(c)) = FromJson(rows[r][c], objects);
+  const size_t cols = CountOf(AsArray((*rows.begin())));
+  for (element r : rows) {
+    if (CountOf(AsArray(r)) != cols) {
+      Bad("the rows of a two-dimensional array must all have the same length");
     }
+  }
+  if (cols > 0 && n > static_cast<size_t>(std::numeric_limits<int32_t>::max()) / cols) {
+    Raise(err::kOutOfMemory, "the array has too many elements");
+  }
+  SafeArray a = SafeArray::Matrix(Extent(n), Extent(cols), lower[0], lower[1]);
+  Variant* cell = a.data().data();
+  for (element r : rows) {
+    for (element e : AsArray(r)) *cell++ = FromJson(e, objects);
   }
   return Variant(std::move(a));
 }
 
-Variant Typed(const std::string& type, const json& value, const ObjectTable& objects) {
-  const Variant v = FromJson(value, objects);
-  static const std::map<std::string, VarType> kTypes = {
+Variant Typed(std::string_view type, const Variant& v) {
+  static const std::map<std::string, VarType, std::less<>> kTypes = {
       {"Integer", VarType::Integer}, {"Long", VarType::Long},         {"Single", VarType::Single},
       {"Double", VarType::Double},   {"Currency", VarType::Currency}, {"Date", VarType::Date},
       {"String", VarType::String},   {"Boolean", VarType::Boolean},   {"Byte", VarType::Byte},
       {"Empty", VarType::Empty},     {"Null", VarType::Null}};
   auto it = kTypes.find(type);
-  if (it == kTypes.end()) Bad("unknown type \"" + type + "\"");
+  if (it == kTypes.end()) Bad("unknown type \"" + std::string(type) + "\"");
   return ConvertTo(v, it->second);
+}
+
+std::string_view StringField(element j, const char* key) {
+  std::string_view s;
+  if (j.get_string().get(s) != simdjson::SUCCESS) Bad(std::string("\"") + key + "\" must be a string");
+  return s;
+}
+
+Variant FromObject(simdjson::dom::object o, const ObjectTable& objects) {
+  element f;
+  if (o["missing"].get(f) == simdjson::SUCCESS) return Variant::Missing();
+  if (o["empty"].get(f) == simdjson::SUCCESS) return Variant();
+  if (o["unallocated"].get(f) == simdjson::SUCCESS) return Variant(SafeArray());
+  if (o["object"].get(f) == simdjson::SUCCESS) {
+    int64_t id = 0;
+    if (f.get_int64().get(id) != simdjson::SUCCESS) Bad("\"object\" must be an object id");
+    return Variant(objects.Get(id));
+  }
+  if (o["array"].get(f) == simdjson::SUCCESS) {
+    if (f.type() != element_type::ARRAY) Bad("\"array\" must hold a list");
+    element lb;
+    const bool hasLower = o["lbound"].get(lb) == simdjson::SUCCESS;
+    return ArrayFrom(AsArray(f), hasLower ? &lb : nullptr, objects);
+  }
+  if (o["date"].get(f) == simdjson::SUCCESS) return Variant(CDate(Variant(StringField(f, "date"))));
+  if (o["currency"].get(f) == simdjson::SUCCESS) return Variant(CCur(FromJson(f, objects)));
+  if (o["type"].get(f) == simdjson::SUCCESS) {
+    element value;
+    const Variant v = o["value"].get(value) == simdjson::SUCCESS ? FromJson(value, objects) : Variant::Null();
+    return Typed(StringField(f, "type"), v);
+  }
+  Bad("an object argument needs one of missing, empty, unallocated, object, array, date, currency or type");
+}
+
+void AppendDate(std::string& out, Date d) {
+  const DateParts p = SplitDate(d);
+  char buf[48];
+  const int n = std::snprintf(buf, sizeof buf, "{\"date\":\"%04d-%02d-%02dT%02d:%02d:%02d\"}", p.year, p.month,
+                              p.day, p.hour, p.minute, p.second);
+  out.append(buf, static_cast<size_t>(n));
+}
+
+void AppendObject(std::string& out, const ObjectRef& o, ObjectTable& objects) {
+  if (!o) {
+    out += "{\"object\":null}";
+    return;
+  }
+  out += "{\"class\":";
+  AppendJsonString(out, o->ClassName());
+  out += ",\"object\":";
+  AppendJsonInt(out, objects.Add(o));
+  out += '}';
+}
+
+void AppendList(std::string& out, const Variant* first, size_t n, ObjectTable& objects) {
+  out += '[';
+  for (size_t i = 0; i < n; ++i) {
+    if (i > 0) out += ',';
+    AppendJson(out, first[i], objects);
+  }
+  out += ']';
+}
+
+void AppendArray(std::string& out, const SafeArray& a, ObjectTable& objects) {
+  if (!a.allocated()) {
+    out += "{\"unallocated\":true}";
+    return;
+  }
+  bool zeroBased = true;
+  for (const Bounds& b : a.bounds()) zeroBased = zeroBased && b.lower == 0;
+  const Variant* cells = a.data().data();
+  const bool plain = a.dims() <= 2;
+  if (!zeroBased || !plain) out += "{\"array\":";
+  if (a.dims() == 2) {
+    const auto rows = static_cast<size_t>(a.bounds()[0].count());
+    const auto cols = static_cast<size_t>(a.bounds()[1].count());
+    out += '[';
+    for (size_t r = 0; r < rows; ++r) {
+      if (r > 0) out += ',';
+      AppendList(out, cells + r * cols, cols, objects);
+    }
+    out += ']';
+  } else {
+    // One dimension, or more: the elements in storage order.
+    AppendList(out, cells, a.size(), objects);
+  }
+  if (!plain) {
+    out += ",\"bounds\":[";
+    for (size_t i = 0; i < a.bounds().size(); ++i) {
+      if (i > 0) out += ',';
+      out += '[';
+      AppendJsonInt(out, a.bounds()[i].lower);
+      out += ',';
+      AppendJsonInt(out, a.bounds()[i].upper);
+      out += ']';
+    }
+    out += "]}";
+  } else if (!zeroBased) {
+    out += ",\"lbound\":[";
+    for (size_t i = 0; i < a.bounds().size(); ++i) {
+      if (i > 0) out += ',';
+      AppendJsonInt(out, a.bounds()[i].lower);
+    }
+    out += "]}";
+  }
 }
 
 }  // namespace
 
-Variant FromJson(const json& j, const ObjectTable& objects) {
+Variant FromJson(element j, const ObjectTable& objects) {
   switch (j.type()) {
-    case json::value_t::null: return Variant::Null();
-    case json::value_t::boolean: return Variant(j.get<bool>());
-    case json::value_t::string: return Variant(j.get<std::string>());
-    case json::value_t::number_integer:
-    case json::value_t::number_unsigned:
-    case json::value_t::number_float: return Number(j);
-    case json::value_t::array: return ArrayFrom(j, nullptr, objects);
-    case json::value_t::object: {
-      if (j.contains("missing")) return Variant::Missing();
-      if (j.contains("empty")) return Variant();
-      if (j.contains("unallocated")) return Variant(SafeArray());
-      if (j.contains("object")) return Variant(objects.Get(j["object"].get<int64_t>()));
-      if (j.contains("array")) {
-        const json& rows = j["array"];
-        if (!rows.is_array()) Bad("\"array\" must hold a list");
-        return ArrayFrom(rows, j.contains("lbound") ? &j["lbound"] : nullptr, objects);
-      }
-      if (j.contains("date")) return Variant(CDate(Variant(j["date"].get<std::string>())));
-      if (j.contains("currency")) return Variant(CCur(FromJson(j["currency"], objects)));
-      if (j.contains("type")) return Typed(j["type"].get<std::string>(), j.value("value", json()), objects);
-      Bad("an object argument needs one of missing, empty, unallocated, object, array, date, currency or type");
-    }
-    default: Bad("unsupported JSON value");
+    case element_type::NULL_VALUE: return Variant::Null();
+    case element_type::BOOL: return Variant(j.get_bool().value_unsafe());
+    case element_type::STRING: return Variant(j.get_string().value_unsafe());
+    case element_type::INT64:
+    case element_type::UINT64:
+    case element_type::DOUBLE: return Number(j);
+    case element_type::ARRAY: return ArrayFrom(AsArray(j), nullptr, objects);
+    case element_type::OBJECT: return FromObject(AsObject(j), objects);
   }
+  Bad("unsupported JSON value");
 }
 
-json ToJson(const Variant& v, ObjectTable& objects) {
+void AppendJson(std::string& out, const Variant& v, ObjectTable& objects) {
   switch (v.type()) {
-    case VarType::Empty: return json{{"empty", true}};
-    case VarType::Null: return nullptr;
-    case VarType::Integer: return *v.get_if<int16_t>();
-    case VarType::Long: return *v.get_if<int32_t>();
-    case VarType::Byte: return *v.get_if<uint8_t>();
-    case VarType::Single: return static_cast<double>(*v.get_if<float>());
+    case VarType::Empty: out += "{\"empty\":true}"; return;
+    case VarType::Null: out += "null"; return;
+    case VarType::Integer: AppendJsonInt(out, *v.get_if<int16_t>()); return;
+    case VarType::Long: AppendJsonInt(out, *v.get_if<int32_t>()); return;
+    case VarType::Byte: AppendJsonInt(out, *v.get_if<uint8_t>()); return;
+    case VarType::Single: AppendJsonDouble(out, static_cast<double>(*v.get_if<float>())); return;
     case VarType::Double: {
       const double d = *v.get_if<double>();
-      if (!std::isfinite(d)) return CStr(v);
-      return d;
+      if (std::isfinite(d)) {
+        AppendJsonDouble(out, d);
+      } else {
+        AppendJsonString(out, CStr(v));
+      }
+      return;
     }
-    case VarType::Boolean: return *v.get_if<bool>();
-    case VarType::String: return v.str();
-    case VarType::Currency: return json{{"currency", CStr(v)}};
-    case VarType::Date: {
-      const DateParts p = SplitDate(*v.get_if<Date>());
-      char buf[32];
-      std::snprintf(buf, sizeof buf, "%04d-%02d-%02dT%02d:%02d:%02d", p.year, p.month, p.day, p.hour, p.minute,
-                    p.second);
-      return json{{"date", buf}};
-    }
+    case VarType::Boolean: out += *v.get_if<bool>() ? "true" : "false"; return;
+    case VarType::String: AppendJsonString(out, v.str()); return;
+    case VarType::Currency:
+      out += "{\"currency\":";
+      AppendJsonString(out, CStr(v));
+      out += '}';
+      return;
+    case VarType::Date: AppendDate(out, *v.get_if<Date>()); return;
     case VarType::Error:
-      if (v.IsMissing()) return json{{"missing", true}};
-      return json{{"error", v.get_if<ErrorValue>()->scode}};
-    case VarType::Object: {
-      const ObjectRef& o = v.object();
-      if (!o) return json{{"object", nullptr}};
-      return json{{"object", objects.Add(o)}, {"class", o->ClassName()}};
-    }
+      if (v.IsMissing()) {
+        out += "{\"missing\":true}";
+      } else {
+        out += "{\"error\":";
+        AppendJsonInt(out, v.get_if<ErrorValue>()->scode);
+        out += '}';
+      }
+      return;
+    case VarType::Object: AppendObject(out, v.object(), objects); return;
     default: break;
   }
-  const SafeArray& a = v.array();
-  if (!a.allocated()) return json{{"unallocated", true}};
-  json out = json::array();
-  bool zeroBased = true;
-  for (const Bounds& b : a.bounds()) zeroBased = zeroBased && b.lower == 0;
-  if (a.dims() == 1) {
-    for (const Variant& e : a.data()) out.push_back(ToJson(e, objects));
-  } else if (a.dims() == 2) {
-    for (int32_t r = a.LBound(1); r <= a.UBound(1); ++r) {
-      json row = json::array();
-      for (int32_t c = a.LBound(2); c <= a.UBound(2); ++c) row.push_back(ToJson(a.at(r, c), objects));
-      out.push_back(std::move(row));
-    }
-  } else {
-    // More dimensions: the elements in storage order, with their bounds.
-    for (const Variant& e : a.data()) out.push_back(ToJson(e, objects));
-    json bounds = json::array();
-    for (const Bounds& b : a.bounds()) bounds.push_back({b.lower, b.upper});
-    return json{{"array", out}, {"bounds", bounds}};
-  }
-  if (zeroBased) return out;
-  json lower = json::array();
-  for (const Bounds& b : a.bounds()) lower.push_back(b.lower);
-  return json{{"array", out}, {"lbound", lower}};
+  AppendArray(out, v.array(), objects);
+}
+
+std::string ToJsonText(const Variant& v, ObjectTable& objects) {
+  std::string out;
+  AppendJson(out, v, objects);
+  return out;
 }
 
 }  // namespace vantrove::cli

@@ -14,10 +14,13 @@
 //   {"object": 3}                     an object created earlier in the session
 // Out: the same forms; Dates as {"date": "2024-01-31T13:05:00"}, Currency as
 // {"currency": "1.5"}, errors as {"error": scode}.
+//
+// Arrays go straight between the parsed text and SafeArray storage, and the
+// answer is written as text directly, so large arrays cost one pass each way.
 
-#include <functional>
 #include <map>
-#include <nlohmann/json.hpp>
+#include <simdjson.h>
+#include <string>
 
 #include "vantrove/runtime.hpp"
 
@@ -36,7 +39,9 @@ class ObjectTable {
   int64_t next_ = 1;
 };
 
-Variant FromJson(const nlohmann::json& j, const ObjectTable& objects);
-nlohmann::json ToJson(const Variant& v, ObjectTable& objects);
+Variant FromJson(simdjson::dom::element j, const ObjectTable& objects);
+// Appends the JSON form of `v`; objects it holds get ids in `objects`.
+void AppendJson(std::string& out, const Variant& v, ObjectTable& objects);
+std::string ToJsonText(const Variant& v, ObjectTable& objects);
 
 }  // namespace vantrove::cli

@@ -8,9 +8,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "jobs.hpp"
+#include "json_text.hpp"
+#include "line_reader.hpp"
 #include "session.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/extract.hpp"
@@ -27,7 +30,7 @@ json ParamJson(const ParamInfo& p) {
   if (p.paramArray) j["paramarray"] = true;
   if (p.declaredDefault) {
     cli::ObjectTable none;
-    j["default"] = cli::ToJson(*p.declaredDefault, none);
+    j["default"] = json::parse(cli::ToJsonText(*p.declaredDefault, none));
   }
   return j;
 }
@@ -75,39 +78,50 @@ int ListEnums(bool asJson) {
 }
 
 int Call(const std::string& method, const std::vector<std::string>& rawArgs) {
-  json request{{"method", method}, {"params", json::array()}};
+  std::string request = "{\"method\":";
+  cli::AppendJsonString(request, method);
+  request += ",\"params\":[";
+  simdjson::dom::parser check;
   for (size_t i = 0; i < rawArgs.size(); ++i) {
-    try {
-      request["params"].push_back(json::parse(rawArgs[i]));
-    } catch (const json::parse_error& e) {
+    simdjson::dom::element ignored;
+    if (check.parse(rawArgs[i]).get(ignored) != simdjson::SUCCESS) {
       std::cerr << "vantrove call: argument " << (i + 1) << " is not JSON: " << rawArgs[i]
                 << " (strings need quotes, e.g. '\"text\"')\n";
       return 2;
     }
+    if (i > 0) request += ',';
+    request += rawArgs[i];
   }
+  request += "]}";
   cli::Session session;
-  const json answer = session.Handle(request);
-  if (answer.contains("error")) {
-    std::cerr << "vantrove call: " << method << ": error " << answer["error"]["number"].get<int>() << ": "
-              << answer["error"]["description"].get<std::string>() << '\n';
+  const simdjson::padded_string padded(request);
+  const cli::Answer answer = session.Handle(padded);
+  if (answer.failed) {
+    std::cerr << "vantrove call: " << method << ": error " << answer.number << ": " << answer.description << '\n';
     return 1;
   }
-  std::cout << Dump(answer) << '\n';
+  std::cout << answer.text << '\n';
   return 0;
 }
 
 int Rpc() {
   cli::Session session;
-  std::string line;
-  while (std::getline(std::cin, line)) {
-    if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
-    json answer;
-    try {
-      answer = session.Handle(json::parse(line));
-    } catch (const json::parse_error& e) {
-      answer = {{"error", {{"number", 5}, {"description", std::string("malformed JSON: ") + e.what()}}}};
+  cli::LineReader lines(0, cli::kMaxRequestBytes);
+  std::string_view line;
+  for (;;) {
+    const auto status = lines.Next(line);
+    if (status == cli::LineReader::Status::kEnd) break;
+    cli::Answer answer;
+    if (status == cli::LineReader::Status::kTooLong) {
+      answer = cli::Session::Failure(5, "the request is larger than the limit of 256 MiB");
+    } else if (line.find_first_not_of(" \t\r") == std::string_view::npos) {
+      continue;
+    } else {
+      answer = session.Handle(line);
     }
-    std::cout << Dump(answer) << '\n' << std::flush;
+    answer.text += '\n';
+    std::fwrite(answer.text.data(), 1, answer.text.size(), stdout);
+    std::fflush(stdout);
   }
   return 0;
 }

@@ -8,7 +8,7 @@ packages=(
   # toolchain
   cmake g++ ninja-build pkg-config clang libclang-rt-14-dev
   # libraries
-  libicu-dev libcli11-dev nlohmann-json3-dev libpugixml-dev libzip-dev zlib1g-dev
+  libicu-dev libcli11-dev nlohmann-json3-dev libsimdjson-dev libpugixml-dev libzip-dev zlib1g-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev python3-ezdxf
   # clipboard tests on a virtual X server

@@ -13,6 +13,7 @@
 //   TextFileToOneDArray: 1, -1 cannot open, -2 not an array, 0.
 //   MultiLineTextToOneDArray: 1, -1 not an array, 0.
 //   TextBoxToOneDArray: 1, -1 tb is not a text box, -2 not an array, 0.
+#include <algorithm>
 #include <limits>
 #include <vector>
 
@@ -43,6 +44,7 @@ class CharDelimiter {
   }
 
   size_t Count(std::string_view s) const {
+    if (ascii_) return static_cast<size_t>(std::count(s.begin(), s.end(), d_[0]));
     size_t n = 0;
     for (size_t p = Find(s, 0); p != std::string_view::npos; p = Find(s, p + d_.size())) ++n;
     return n;
@@ -79,6 +81,23 @@ void ForEachField(std::string_view line, const CharDelimiter& d, Fn&& field) {
   if (!d.EndsText(line)) field(line.substr(start));
 }
 
+// The array the file's table goes into: the one varArray holds when it
+// already has the table's shape (its cells are overwritten, so its memory is
+// reused), else a new one.
+std::vector<Variant>& TableFor(Variant& varArray, int64_t lines, size_t most) {
+  const std::vector<Bounds> shape{Bounds{0, static_cast<int32_t>(lines - 1)}, Bounds{0, static_cast<int32_t>(most)}};
+  SafeArray& old = varArray.array();
+  if (old.bounds() == shape && old.element_type() == VarType::Variant) return old.data();
+  varArray = Variant(SafeArray(shape));
+  return varArray.array().data();
+}
+
+// Stores a field's text in a cell, reusing the string the cell holds.
+void Store(Variant& cell, std::string_view text) {
+  if (cell.IsString()) cell.str().assign(text);
+  else cell = Variant(text);
+}
+
 // Surrounding double quotes go when the field's first and last characters
 // are both one; a lone quote is both and leaves a negative length, which is
 // an invalid call.
@@ -110,20 +129,33 @@ int16_t ReadDelimitedFile(const std::string& path, Variant& varArray, std::strin
     if (lines > std::numeric_limits<int32_t>::max() || most > static_cast<size_t>(std::numeric_limits<int32_t>::max())) {
       Raise(err::kOutOfMemory);
     }
-    varArray = Variant(SafeArray({Bounds{0, static_cast<int32_t>(lines - 1)}, Bounds{0, static_cast<int32_t>(most)}}));
-    std::vector<Variant>& cells = varArray.array().data();
+    std::vector<Variant>& cells = TableFor(varArray, lines, most);
     const size_t width = most + 1;
     // Second pass: one row per line, one column per field.
-    size_t row = 0;
-    ForEachLine(text, [&](std::string_view line) {
-      int64_t column = 0;  // a 16-bit counter
-      ForEachField(line, d, [&](std::string_view field) {
-        if (removeQuotes) field = Unquoted(field);
-        cells[row * width + static_cast<size_t>(column)] = Variant(std::string(field));
-        if (++column > std::numeric_limits<int16_t>::max()) Raise(err::kOverflow);
+    size_t row = 0, stored = 0;
+    try {
+      ForEachLine(text, [&](std::string_view line) {
+        int64_t column = 0;  // a 16-bit counter
+        Variant* cell = cells.data() + row * width;
+        ForEachField(line, d, [&](std::string_view field) {
+          if (removeQuotes) field = Unquoted(field);
+          Store(cell[column], field);
+          stored = row * width + static_cast<size_t>(column) + 1;
+          if (++column > std::numeric_limits<int16_t>::max()) Raise(err::kOverflow);
+        });
+        for (size_t c = static_cast<size_t>(column); c < width; ++c) {
+          if (!cell[c].IsEmpty()) cell[c] = Variant();
+        }
+        ++row;
+        stored = row * width;
       });
-      ++row;
-    });
+    } catch (...) {
+      // The table holds what was read before the failure, Empty after it.
+      for (size_t i = stored; i < cells.size(); ++i) {
+        if (!cells[i].IsEmpty()) cells[i] = Variant();
+      }
+      throw;
+    }
     return 1;
   });
 }

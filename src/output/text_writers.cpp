@@ -1,4 +1,9 @@
 // Arrays to delimited text: as a string, on the clipboard, in a text file.
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <climits>
+
 #include "../component/boundary.hpp"
 #include "cells.hpp"
 #include "vantrove/component.hpp"
@@ -59,27 +64,85 @@ int16_t ToClipboard(const std::string& text) {
   return 0;
 }
 
+// One line per row assembled by the string builder: the cells joined by the
+// delimiter. The builder's rules matter only for pieces over 15000
+// characters (see clsConcat); rows with such pieces are built by it.
+void AppendRowByBuilder(std::string& out, const SafeArray& a, int64_t r, std::string_view delimiter, bool quotes) {
+  clsConcat line;
+  const int64_t c1 = a.UBound(2);
+  for (int64_t c = a.LBound(2); c < c1; ++c) {
+    if (quotes) line.SConcat(kQuote);
+    detail::AppendText(line, detail::Cell(a, r, c));
+    if (quotes) line.SConcat(kQuote);
+    line.SConcat(delimiter);
+  }
+  if (quotes) line.SConcat(kQuote);
+  detail::AppendText(line, detail::Cell(a, r, c1));
+  if (quotes) line.SConcat(kQuote);
+  out += line.GetString();
+}
+
+// A cell's text as the ordinary conversion gives it, appended to `out`;
+// whole numbers are formatted here without a temporary string.
+void AppendCellText(std::string& out, const Variant& v) {
+  if (v.IsString()) {
+    out += v.str();
+    return;
+  }
+  char buf[64];
+  char* end = nullptr;
+  if (const int32_t* l = v.get_if<int32_t>()) {
+    end = std::to_chars(buf, buf + sizeof buf, *l).ptr;
+  } else if (const int16_t* i = v.get_if<int16_t>()) {
+    end = std::to_chars(buf, buf + sizeof buf, *i).ptr;
+  } else if (const double* d = v.get_if<double>(); d != nullptr && std::isfinite(*d) && *d != 0) {
+    // As CStr writes a Double: 15 significant digits, "%G" style.
+    end = std::to_chars(buf, buf + sizeof buf, *d, std::chars_format::general, 15).ptr;
+    std::replace(buf, end, 'e', 'E');
+  } else {
+    out += CStr(v);
+    return;
+  }
+  out.append(buf, end);
+}
+
+constexpr size_t kLongPiece = 15000;         // bytes; a piece this long may be cut by the builder
+constexpr size_t kChunk = size_t{1} << 20;  // text handed to the file at a time
+
 // One line per row: the cells joined by the delimiter, then CR LF.
 void WriteTwoDTextFile(const SafeArray& a, const std::string& path, std::string_view delimiter, bool quotes,
                        bool append) {
   OutputFile file(path, append ? OutputFile::Mode::Append : OutputFile::Mode::Replace);
-  clsConcat line;
-  const int64_t r1 = a.UBound(1);
-  for (int64_t r = a.LBound(1); r <= r1; ++r) {
-    const int64_t c1 = a.UBound(2);
-    for (int64_t c = a.LBound(2); c < c1; ++c) {
-      if (quotes) line.SConcat(kQuote);
-      detail::AppendText(line, detail::Cell(a, r, c));
-      if (quotes) line.SConcat(kQuote);
-      line.SConcat(delimiter);
+  const int64_t r0 = a.LBound(1), r1 = a.UBound(1);
+  std::string chunk;
+  chunk.reserve(kChunk + kChunk / 4);
+  for (int64_t r = r0; r <= r1; ++r) {
+    const size_t rowStart = chunk.size();
+    bool byBuilder = a.dims() != 2 || delimiter.size() > kLongPiece;
+    if (!byBuilder) {
+      const int64_t c0 = a.LBound(2), c1 = a.UBound(2);
+      if (c1 < c0) Raise(err::kSubscript);
+      const Variant* cell = &detail::Cell(a, r, c0);
+      for (int64_t c = c0; c <= c1 && !byBuilder; ++c, ++cell) {
+        if (quotes) chunk += kQuote;
+        const size_t before = chunk.size();
+        AppendCellText(chunk, *cell);
+        byBuilder = chunk.size() - before > kLongPiece || chunk.size() - rowStart > INT32_MAX / 2;
+        if (quotes) chunk += kQuote;
+        if (c < c1) chunk += delimiter;
+      }
     }
-    if (quotes) line.SConcat(kQuote);
-    detail::AppendText(line, detail::Cell(a, r, c1));
-    if (quotes) line.SConcat(kQuote);
-    file.Write(line.GetString());
-    file.Write(kCrLf);
-    line.ReInit();
+    if (byBuilder) {
+      chunk.resize(rowStart);
+      AppendRowByBuilder(chunk, a, r, delimiter, quotes);
+    }
+    chunk += kCrLf;
+    if (chunk.size() >= kChunk) {
+      file.Write(chunk);
+      chunk.clear();
+    }
   }
+  file.Write(chunk);
   file.Commit();
 }
 
@@ -181,14 +244,18 @@ int16_t clsVantrove::OneDArrayToTextFile(const Variant& varArray, const std::str
     const SafeArray& a = varArray.array();
     OutputFile file(strTextFile);
     const int64_t hi = a.UBound(1);
+    std::string chunk;
     for (int64_t i = a.LBound(1); i <= hi; ++i) {
-      const Variant& v = detail::Item(a, i);
-      if (blnQuotes) file.Write(kQuote);
-      if (v.IsString()) file.Write(v.str());
-      else file.Write(CStr(v));
-      if (blnQuotes) file.Write(kQuote);
-      file.Write(kCrLf);
+      if (blnQuotes) chunk += kQuote;
+      AppendCellText(chunk, detail::Item(a, i));
+      if (blnQuotes) chunk += kQuote;
+      chunk += kCrLf;
+      if (chunk.size() >= kChunk) {
+        file.Write(chunk);
+        chunk.clear();
+      }
     }
+    file.Write(chunk);
     file.Commit();
     return 1;
   });

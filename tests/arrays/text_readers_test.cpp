@@ -60,6 +60,32 @@ TEST(TextFileToArray, OneRowPerLineOneColumnPerField) {
   EXPECT_EQ(a.array().UBound(1), -1);
 }
 
+// An array of the file's shape is filled in place: the result must be the
+// same as reading into a fresh array, on success and after a failure.
+TEST(TextFileToArray, AnArrayOfTheSameShapeEndsAsAFreshOneWould) {
+  TempFolder dir;
+  clsVantrove v;
+  const std::string file = dir / "in.csv";
+  const auto prefilled = [] {
+    return Variant(SafeArray::FromRows({{"old", Variant(int32_t{7}), "old"}, {"old", "old", Variant(1.5)}}));
+  };
+  for (const char* text : {"a,b,c\r\nd", "a,b,c\r\n\",q,r", "\"a\",b\r\nc,d,e"}) {
+    Spit(file, text);
+    Variant fresh = Dynamic(), reused = prefilled();
+    const int16_t expected = v.TextFileToArray(file, fresh, ",", true);
+    EXPECT_EQ(v.TextFileToArray(file, reused, ",", true), expected) << text;
+    const SafeArray& f = fresh.array();
+    const SafeArray& r = reused.array();
+    ASSERT_EQ(f.bounds(), r.bounds()) << text;
+    for (size_t i = 0; i < f.size(); ++i) {
+      EXPECT_EQ(f.data()[i].type(), r.data()[i].type()) << text << " cell " << i;
+      if (f.data()[i].IsString()) {
+        EXPECT_EQ(f.data()[i].str(), r.data()[i].str()) << text << " cell " << i;
+      }
+    }
+  }
+}
+
 TEST(TextFileToArray, QuotesGoOnlyWhenTheyWrapTheWholeField) {
   TempFolder dir;
   clsVantrove v;

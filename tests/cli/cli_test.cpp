@@ -147,6 +147,45 @@ TEST(Cli, RpcAnswersEveryLineAndSurvivesBadRequests) {
   EXPECT_EQ(answers[6]["error"]["number"], 449);
 }
 
+TEST(Cli, RpcAnswersOnlyChangedArgumentsWhenAsked) {
+  const Outcome r = Vantrove("rpc",
+                             "{\"id\":1,\"method\":\"SortOneDArray\",\"params\":[[3,1,2],0],\"onlyChanged\":true}\n"
+                             "{\"id\":2,\"method\":\"SortOneDArray\",\"params\":[[1,2,3],0],\"onlyChanged\":true}\n"
+                             "{\"id\":3,\"method\":\"SortOneDArray\",\"params\":[[3,1,2],0]}\n");
+  ASSERT_EQ(r.status, 0);
+  const std::vector<std::string> lines = [&] {
+    std::vector<std::string> v;
+    std::istringstream s(r.out);
+    for (std::string l; std::getline(s, l);) v.push_back(l);
+    return v;
+  }();
+  ASSERT_EQ(lines.size(), 3u);
+  // The answer's exact bytes: keys in sorted order, no spaces.
+  EXPECT_EQ(lines[0], "{\"changed\":{\"0\":[1,2,3]},\"id\":1,\"result\":1}");
+  EXPECT_EQ(lines[1], "{\"changed\":{},\"id\":2,\"result\":1}");
+  EXPECT_EQ(lines[2], "{\"id\":3,\"params\":[[1,2,3],0],\"result\":1}");
+}
+
+TEST(Cli, RpcRefusesHostileRequestsAndGoesOn) {
+  const std::string deep = std::string(10000, '[') + std::string(10000, ']');
+  const Outcome r = Vantrove("rpc",
+                             "{\"id\":1,\"method\":\"Version\",\"params\":[1e400]}\n"
+                             "{\"id\":2,\"method\":\"Version\",\"params\":[" + deep + "]}\n"
+                             "{\"id\":3,\"method\":\"Version\",\"params\":[" + std::string(10000, '[') + "\n"
+                             "{\"id\":4,\"method\":\"SortOneDArray\",\"params\":[[99999999999999999999,1.5],0]}\n"
+                             "{\"id\":5,\"method\":\"Version\"}\n");
+  ASSERT_EQ(r.status, 0);
+  const auto answers = Lines(r.out);
+  ASSERT_EQ(answers.size(), 5u);
+  EXPECT_EQ(answers[0]["error"]["number"], 5);
+  EXPECT_EQ(answers[1]["error"]["number"], 5);
+  EXPECT_NE(answers[1]["error"]["description"].get<std::string>().find("64 levels"), std::string::npos);
+  EXPECT_EQ(answers[2]["error"]["number"], 5);
+  // Integers past 64 bits are read as Doubles, as they always were.
+  EXPECT_EQ(answers[3]["params"][0], json({1.5, 1e20}));
+  EXPECT_EQ(answers[4]["result"], "1.0.1");
+}
+
 TEST(Cli, NotYetAvailableMethodsAnswer445) {
   const Outcome r = Vantrove("rpc", "{\"method\":\"CreateRecordsetFromArray\",\"params\":[[[\"a\"]]]}\n");
   EXPECT_EQ(Lines(r.out).at(0)["error"]["number"], 445);

@@ -8,6 +8,7 @@
 
 #include "test_support.hpp"
 #include "vantrove/engine/description.hpp"
+#include "vantrove/engine/progress.hpp"
 
 namespace vantrove::engine {
 namespace {
@@ -164,6 +165,34 @@ TEST(DxfReader, LegacyMultiByteCodePage) {
 Status ReadString(const std::string& bytes) {
   Document doc;
   return ReadText(bytes, doc);
+}
+
+// A large drawing reports how far reading got, in order, up to its size;
+// a small one and a read without a function report nothing.
+TEST(DxfReader, LargeDrawingsReportProgressAsTheyAreRead) {
+  std::string dxf = "0\nSECTION\n2\nENTITIES\n";
+  while (dxf.size() < 3 * kReadProgressStep) dxf += "0\nLINE\n8\n0\n10\n0.0\n20\n0.0\n11\n1.0\n21\n1.0\n";
+  dxf += "0\nENDSEC\n0\nEOF\n";
+  std::vector<std::pair<uint64_t, uint64_t>> reports;
+  const ReadProgress before = SetReadProgress([&](uint64_t done, uint64_t total) { reports.emplace_back(done, total); });
+  Document doc;
+  EXPECT_TRUE(ReadText(dxf, doc).ok());
+  ASSERT_GE(reports.size(), 2u);
+  for (size_t i = 0; i < reports.size(); ++i) {
+    EXPECT_EQ(reports[i].second, dxf.size());
+    EXPECT_LE(reports[i].first, dxf.size());
+    if (i > 0) {
+      EXPECT_GE(reports[i].first, reports[i - 1].first + kReadProgressStep);
+    }
+  }
+  reports.clear();
+  Document small;
+  EXPECT_TRUE(ReadText("0\nSECTION\n2\nENTITIES\n0\nENDSEC\n0\nEOF\n", small).ok());
+  EXPECT_TRUE(reports.empty());
+  SetReadProgress(before);
+  Document again;
+  EXPECT_TRUE(ReadText(dxf, again).ok());
+  EXPECT_TRUE(reports.empty());
 }
 
 TEST(DxfReaderBadInput, MissingFilesAndFoldersGiveClearStatuses) {

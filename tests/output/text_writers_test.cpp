@@ -3,6 +3,7 @@
 
 #include "temp_folder.hpp"
 #include "vantrove/component.hpp"
+#include "vantrove/output.hpp"
 
 namespace vantrove {
 namespace {
@@ -86,6 +87,43 @@ TEST(TwoDArrayToTextFile, WritesOneCrLfLinePerRowAndAppendsOnRequest) {
   const Variant utf8(SafeArray::FromRows({{"Grüße", "✓"}}));
   EXPECT_EQ(v.TwoDArrayToTextFile(utf8, file), 1);
   EXPECT_EQ(Slurp(file), "Grüße,✓\r\n");
+}
+
+// Each line is what the string builder makes of the row, including its cut
+// of a piece over 15000 characters that does not fit behind a longer text.
+TEST(TwoDArrayToTextFile, LongCellsAreCutAsTheStringBuilderCutsThem) {
+  TempFolder dir;
+  clsVantrove v;
+  const std::string file = dir / "long.csv";
+  const std::vector<std::string> cells{std::string(34990, 'x'), std::string(14990, 'y'), std::string(16000, 'z')};
+  const Variant rows(SafeArray::FromRows({{cells[0], cells[1], cells[2]}, {"short", "row", Variant(int32_t{-42})}}));
+  clsConcat line;
+  for (size_t i = 0; i < cells.size(); ++i) {
+    line.SConcat(cells[i]);
+    if (i + 1 < cells.size()) line.SConcat(",");
+  }
+  const std::string built = line.GetString();
+  ASSERT_LT(built.size(), 34990u + 14990u + 16000u + 2u);  // the builder did cut
+  EXPECT_EQ(v.TwoDArrayToTextFile(rows, file), 1);
+  EXPECT_EQ(Slurp(file), built + "\r\nshort,row,-42\r\n");
+}
+
+TEST(TwoDArrayToTextFile, NumbersReadAsTheirOrdinaryConversion) {
+  TempFolder dir;
+  clsVantrove v;
+  const std::string file = dir / "numbers.csv";
+  const std::vector<Variant> values{Variant(0.1), Variant(1.0 / 3), Variant(-0.0), Variant(1e20), Variant(-1e-10),
+                                    Variant(123456789012345678.0), Variant(2.5), Variant(int32_t{-2147483647}),
+                                    Variant(int16_t{-32768}), Variant(uint8_t{255}), Variant(1.5f), Variant(true)};
+  SafeArray row = SafeArray::Matrix(1, static_cast<int32_t>(values.size()));
+  std::string expected;
+  for (size_t i = 0; i < values.size(); ++i) {
+    row.at(0, static_cast<int32_t>(i)) = values[i];
+    if (i > 0) expected += ',';
+    expected += CStr(values[i]);
+  }
+  EXPECT_EQ(v.TwoDArrayToTextFile(Variant(row), file), 1);
+  EXPECT_EQ(Slurp(file), expected + "\r\n");
 }
 
 TEST(TextFileWriters, FailuresLeaveNoFileAndNoHalfWrittenOne) {

@@ -57,6 +57,10 @@ bool Tokenizer::Fail(std::string message) {
 
 bool Tokenizer::Next(RawGroup& out) {
   if (!error_.empty() || pos_ >= size_) return false;
+  if (pos_ >= next_report_) {
+    ReportReadProgress(pos_, size_);
+    next_report_ = pos_ + kReadProgressStep;
+  }
   return binary_ ? NextBinary(out) : NextAscii(out);
 }
 

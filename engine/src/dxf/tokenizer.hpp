@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "vantrove/engine/groups.hpp"
+#include "vantrove/engine/progress.hpp"
 
 namespace vantrove::engine::dxf {
 
@@ -47,6 +48,7 @@ class Tokenizer {
   size_t line_ = 0;        // lines consumed so far (ASCII)
   size_t group_line_ = 0;  // line of the last code (ASCII)
   size_t group_offset_ = 0;
+  size_t next_report_ = kReadProgressStep;  // where progress is reported next
   std::string error_;
 };
 
