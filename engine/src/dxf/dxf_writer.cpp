@@ -262,6 +262,13 @@ class Emitter {
       it->second += count;
     }
   }
+  // A record read from DWG whose type has no DXF form is left out and
+  // counted (DWG-only bookkeeping records are not worth a mention).
+  bool Unwritable(const Object* o) {
+    if (doc_.format != DrawingFormat::kDwg || !o->groups.empty() || o->synthesized) return false;
+    if (o->type_name != "VX" && o->type_name != "TABLE") Drop(o->type_name);
+    return true;
+  }
   void BeginSection(std::string_view name) {
     out_.Put(0, "SECTION");
     out_.Put(2, name);
@@ -478,6 +485,7 @@ void Emitter::PassSections() {
       objects = true;
       BeginSection("OBJECTS");
       for (const Object* o : doc_.objects_section) {
+        if (Unwritable(o)) continue;
         if (o->kind() == ObjectKind::kLayout) {
           LayoutObject(static_cast<const Layout*>(o));
         } else {
@@ -558,7 +566,9 @@ void Emitter::PassTables() {
       out_.Put(2, table.name);
       out_.PutInt(70, static_cast<int64_t>(table.records.size()));
     }
-    for (const Object* record : table.records) Raw(record->type_name, record->groups);
+    for (const Object* record : table.records) {
+      if (!Unwritable(record)) Raw(record->type_name, record->groups);
+    }
     if (table.end != nullptr) {
       Raw("ENDTAB", table.end->groups);
     } else {
@@ -593,6 +603,7 @@ void Emitter::PassBlocks() {
 }
 
 void Emitter::PassEntity(const Entity* entity) {
+  if (Unwritable(entity)) return;
   if (target_rank_ < 32 && (entity->kind() == ObjectKind::kAttrib || entity->kind() == ObjectKind::kAttDef) &&
       static_cast<const Attrib*>(entity)->multiline) {
     SingleLineAttrib(static_cast<const Attrib*>(entity));
@@ -657,6 +668,7 @@ void Emitter::R12Tables() {
     std::vector<const Object*> records;
     if (table != nullptr) {
       for (const Object* record : table->records) {
+        if (Unwritable(record)) continue;
         const std::string_view record_name = OwnValue(record->groups, 2);
         if (name == "LTYPE" && (SameName(record_name, "BYBLOCK") || SameName(record_name, "BYLAYER"))) continue;
         records.push_back(record);
@@ -772,6 +784,7 @@ void Emitter::R12Entities() {
 }
 
 void Emitter::R12Entity(const Entity* entity, bool paper) {
+  if (Unwritable(entity)) return;
   const std::string_view type = entity->type_name;
   static constexpr std::string_view kNative[] = {"LINE",   "POINT",  "CIRCLE", "ARC",      "TRACE",  "SOLID",
                                                  "3DFACE", "SHAPE",  "TEXT",   "INSERT",   "ATTRIB", "ATTDEF",
@@ -1449,10 +1462,6 @@ Status WriteDxf(const Document& document, const DxfWriteOptions& options, DxfSin
     return Status::Error(StatusCode::kInvalidPrecision, "Invalid decimal precision " +
                                                             std::to_string(options.precision) + " (0 to 16): " + name);
   }
-  if (document.format == DrawingFormat::kDwg) {
-    return Status::Error(StatusCode::kDwgToDxfNotSupported,
-                         "Writing a drawing read from a DWG file as DXF is not supported yet: " + name);
-  }
   std::string_view target = AcadVersionOfCode(options.version);
   const int source_rank = VersionRank(document.version);
   std::string keep_version;
@@ -1518,8 +1527,7 @@ Status WriteDxfToString(const Document& document, const DxfWriteOptions& options
 }
 
 Status WriteDxfFile(const Document& document, const DxfWriteOptions& options, const std::string& path) {
-  if (!IsWritableVersionCode(options.version) || options.precision < 0 || options.precision > 16 ||
-      document.format == DrawingFormat::kDwg) {
+  if (!IsWritableVersionCode(options.version) || options.precision < 0 || options.precision > 16) {
     std::string ignored;
     StringSink sink(ignored);
     return WriteDxf(document, options, sink, path);  // reports the bad option without touching the disk
