@@ -27,7 +27,7 @@ from check_written import audit_codes, facts, norm, symbol  # noqa: E402
 
 def mtext_norm(text):
     """An MTEXT value as compared: line breaks (\\P or the character) as blanks."""
-    return norm((text or "").replace("\\P", " ").replace("\n", " "))
+    return norm((text or "").replace("\\P", " ").replace("^J", " ").replace("\n", " "))
 
 
 def check(case):

@@ -276,13 +276,8 @@ class Emitter {
   void EndSection() { out_.Put(0, "ENDSEC"); }
   void Raw(std::string_view type, GroupSpan groups) {
     out_.Put(0, type);
-    if (type == "MTEXT" && !binary_) {
-      MTextGroups(groups);
-      return;
-    }
     for (const Group& g : groups) out_.Put(g.code, g.value());
   }
-  void MTextGroups(GroupSpan groups);
   void LayoutObject(const Layout* layout);
   void PlanHandles();
   void Header();
@@ -512,27 +507,6 @@ void Emitter::PassSections() {
     BeginSection("ENTITIES");
     for (const Entity* e : doc_.entities) PassEntity(e);
     EndSection();
-  }
-}
-
-// A line break inside an MTEXT value is written as the MTEXT code \P (a
-// binary file may hold the character itself; a text line cannot).
-void Emitter::MTextGroups(GroupSpan groups) {
-  std::string text;
-  for (const Group& g : groups) {
-    if ((g.code == 1 || g.code == 3) && g.value().find('\n') != std::string_view::npos) {
-      text.clear();
-      for (char c : g.value()) {
-        if (c == '\n') {
-          text += "\\P";
-        } else if (c != '\r') {
-          text.push_back(c);
-        }
-      }
-      out_.Put(g.code, text);
-      continue;
-    }
-    out_.Put(g.code, g.value());
   }
 }
 
