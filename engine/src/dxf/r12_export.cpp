@@ -8,6 +8,7 @@
 #include <numbers>
 
 #include "dxf/emitter.hpp"
+#include "model/type_table.hpp"
 
 namespace vantrove::engine::dxf {
 
@@ -22,31 +23,16 @@ bool IsR12EntityCode(int32_t code, bool with_xdata) {
          (code >= 62 && code <= 79) || (code >= 210 && code <= 239);
 }
 
-// What each R12 table keeps.
+// What each R12 table keeps: the fields the type table gives that version;
+// dimension styles list their variables here (the type table knows their
+// names only).
 bool IsR12TableCode(std::string_view table, int32_t code) {
-  static const std::vector<int32_t> kVport = {2,  70, 10, 20, 11, 21, 12, 22, 13, 23, 14, 24, 15, 25, 16, 26,
-                                              36, 17, 27, 37, 40, 41, 42, 43, 44, 50, 51, 71, 72, 73, 74, 75,
-                                              76, 77, 78};
-  static const std::vector<int32_t> kLtype = {2, 70, 3, 72, 73, 40, 49};
-  static const std::vector<int32_t> kLayer = {2, 70, 62, 6};
-  static const std::vector<int32_t> kStyle = {2, 70, 40, 41, 50, 71, 42, 3, 4};
-  static const std::vector<int32_t> kView = {2, 70, 40, 10, 20, 41, 11, 21, 31, 12, 22, 32, 42, 43, 44, 50, 71};
-  static const std::vector<int32_t> kUcs = {2, 70, 10, 20, 30, 11, 21, 31, 12, 22, 32};
-  static const std::vector<int32_t> kAppid = {2, 70};
-  const std::vector<int32_t>* codes = nullptr;
-  if (table == "VPORT") codes = &kVport;
-  if (table == "LTYPE") codes = &kLtype;
-  if (table == "LAYER") codes = &kLayer;
-  if (table == "STYLE") codes = &kStyle;
-  if (table == "VIEW") codes = &kView;
-  if (table == "UCS") codes = &kUcs;
-  if (table == "APPID") codes = &kAppid;
   if (table == "DIMSTYLE") {
     return code == 2 || code == 70 || code == 3 || code == 4 || (code >= 40 && code <= 48) ||
            (code >= 140 && code <= 147) || (code >= 71 && code <= 78) || (code >= 170 && code <= 178);
   }
-  if (codes == nullptr) return false;
-  return std::find(codes->begin(), codes->end(), code) != codes->end();
+  const types::TypeSpec* spec = types::FindType(table);
+  return spec != nullptr && !spec->entity && types::HoldsCode(*spec, code, types::kR12);
 }
 
 }  // namespace

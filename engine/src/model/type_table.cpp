@@ -187,6 +187,7 @@ constexpr Field kLtype[] = {
     {"alignment", 72, K::kInt, B::kRC, kR12, kLatest, "65"},
     {"dash_count", 73, K::kInt, B::kRC, kR12, kLatest, "0"},
     {"pattern_length", 40, K::kReal, B::kBD, kR12, kLatest, "0"},
+    {"dashes", 49, K::kGroups, B::kSpecial},
 };
 constexpr Field kStyle[] = {
     {"name", 2, K::kString, B::kTV, kR12, kLatest, ""},
@@ -238,6 +239,18 @@ constexpr Field kVport[] = {
     {"height", 40, K::kReal, B::kBD, kR12, kLatest, "10"},
     {"aspect", 41, K::kReal, B::kBD, kR12, kLatest, "1"},
     {"lens", 42, K::kReal, B::kBD, kR12, kLatest, "50"},
+    {"front_clip", 43, K::kReal, B::kBD, kR12, kLatest, "0"},
+    {"back_clip", 44, K::kReal, B::kBD, kR12, kLatest, "0"},
+    {"snap_rotation", 50, K::kAngle, B::kBD, kR12, kLatest, "0"},
+    {"twist", 51, K::kAngle, B::kBD, kR12, kLatest, "0"},
+    {"view_mode", 71, K::kInt, B::kSpecial, kR12, kLatest, "0"},
+    {"circle_zoom", 72, K::kInt, B::kBS, kR12, kLatest, "1000"},
+    {"fast_zoom", 73, K::kInt, B::kB, kR12, kLatest, "1"},
+    {"ucs_icon", 74, K::kInt, B::kBB, kR12, kLatest, "3"},
+    {"snap", 75, K::kInt, B::kB, kR12, kLatest, "0"},
+    {"grid", 76, K::kInt, B::kB, kR12, kLatest, "0"},
+    {"snap_style", 77, K::kInt, B::kB, kR12, kLatest, "0"},
+    {"snap_isopair", 78, K::kInt, B::kBS, kR12, kLatest, "0"},
 };
 constexpr Field kDimstyle[] = {
     {"name", 2, K::kString, B::kTV, kR12, kLatest, ""},
@@ -375,6 +388,24 @@ const Field* FindField(const TypeSpec& spec, std::string_view name) {
 }
 
 const Part& EntityPart() { return kEntityPart; }
+
+bool HoldsCode(const TypeSpec& spec, int32_t code, int rank) {
+  auto holds = [&](std::span<const Field> fields) {
+    for (const Field& f : fields) {
+      if (!f.In(rank)) continue;
+      const int axes = f.kind == Kind::kPoint3 ? 3 : f.kind == Kind::kPoint2 ? 2 : 1;
+      for (int i = 0; i < axes; ++i) {
+        if (f.code + 10 * i == code) return true;
+      }
+    }
+    return false;
+  };
+  if (holds(spec.leading)) return true;
+  for (const Part& part : spec.parts) {
+    if (holds(part.fields)) return true;
+  }
+  return false;
+}
 
 std::span<const TypeSpec> AllTypes() { return kTypes; }
 

@@ -102,6 +102,9 @@ const TypeSpec* FindDwgType(uint16_t type);
 const Field* FindField(const TypeSpec& spec, std::string_view name);
 // The parts every entity and every object begin with ("AcDbEntity").
 const Part& EntityPart();
+// True when a record of `spec` holds group `code` in version `rank` (the
+// fields of its own parts; the entity part and the handle aside).
+bool HoldsCode(const TypeSpec& spec, int32_t code, int rank);
 // Every type in the table.
 std::span<const TypeSpec> AllTypes();
 
