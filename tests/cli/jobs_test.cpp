@@ -117,6 +117,24 @@ TEST_F(Jobs, DescribeAndDxf) {
   EXPECT_EQ(Tool("dxf '" + kSample + "' -d '" + (fs::path(kSample).parent_path()).string() + "'").status, 1);
 }
 
+// A folder of DWG and DXF drawings converts as a whole: every readable one
+// is written, the unreadable one is named with its status.
+TEST_F(Jobs, DxfConvertsAFolderOfMixedDwgAndDxf) {
+  const fs::path corpus = fs::path(VANTROVE_SHARED_DIR) / "corpus" / "dwg";
+  if (!fs::exists(corpus / "ldwg_example_2000.dwg")) GTEST_SKIP() << "corpus not present";
+  fs::create_directories(At("in"));
+  fs::create_symlink(corpus / "ldwg_example_2000.dwg", At("in/plan.dwg"));
+  fs::create_symlink(corpus / "acs_sample_AC1032.dwg", At("in/sample.dwg"));
+  fs::copy_file(kSample, At("in/title-blocks.dxf"));
+  std::ofstream(At("in/broken.dwg")) << "not a drawing";
+  const Result r = Tool("dxf '" + At("in") + "' --version 2000 -d '" + At("out") + "'");
+  EXPECT_NE(r.out.find("broken.dwg: 1201:"), std::string::npos) << r.out;
+  for (const char* name : {"plan.dxf", "sample.dxf", "title-blocks.dxf"}) {
+    EXPECT_NE(Slurp(At(std::string("out/") + name)).find("AC1015"), std::string::npos) << name << "\n" << r.out;
+  }
+  EXPECT_FALSE(fs::exists(At("out/broken.dxf")));
+}
+
 TEST_F(Jobs, EveryJobExplainsItselfWithAnExample) {
   for (const char* job : {"extract", "describe", "dxf", "replace", "layers", "layer"}) {
     const Result r = Tool(std::string(job) + " --help");

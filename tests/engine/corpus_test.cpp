@@ -109,12 +109,20 @@ std::string DecodeUnicodeEscapes(const std::string& in) {
 }
 
 // MTEXT line breaks reach readers as \P, as the ASCII caret form ^J or, from
-// binary files, as a line feed; all three mean the same break.
+// binary files, as a line feed; all three mean the same break. The oracle
+// keeps the caret codes of ASCII files as they stand (^I a tab, "^ " a
+// caret); the engine decodes them.
 std::string SameBreaks(std::string text) {
   std::string out;
   for (size_t i = 0; i < text.size(); ++i) {
     if (text.compare(i, 2, "^J") == 0 || text.compare(i, 2, "\\P") == 0) {
       out += '\n';
+      ++i;
+    } else if (text.compare(i, 2, "^I") == 0) {
+      out += '\t';
+      ++i;
+    } else if (text.compare(i, 2, "^ ") == 0) {
+      out += '^';
       ++i;
     } else {
       out.push_back(text[i]);

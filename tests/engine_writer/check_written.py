@@ -110,7 +110,9 @@ def facts(doc, r12_view):
             elif kind == "TEXT":
                 out["texts"][handle] = norm(e.dxf.text)
             elif kind == "MTEXT":
-                out["mtexts"][handle] = norm(e.text)
+                # ezdxf keeps the caret codes of ASCII files as they stand and
+                # gives the line feeds of binary files as \P: the same break.
+                out["mtexts"][handle] = norm(e.text.replace("^J", "\\P"))
                 lines = [norm(x) for x in e.plain_text().split("\n")]
                 out["mtext_lines"][handle] = [x for x in lines if x]
             elif kind == "DIMENSION":

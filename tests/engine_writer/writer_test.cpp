@@ -101,6 +101,30 @@ TEST(DxfWriter, SameVersionWritesEveryRecordBack) {
   }
 }
 
+// Control characters in ASCII DXF are caret codes: read as the characters
+// (as binary DXF and DWG give them) and written back in caret form; a caret
+// itself is written "^ ".
+TEST(DxfWriter, CaretCodesDecodeOnReadingAndEncodeOnWriting) {
+  const std::string dxf =
+      "0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1015\n0\nENDSEC\n0\nSECTION\n2\nENTITIES\n"
+      "0\nTEXT\n5\n2A\n8\n0\n10\n0\n20\n0\n30\n0\n40\n1\n1\nline^Jnext^Itab a^ b x^2 ^ A\n"
+      "0\nMTEXT\n5\n2B\n8\n0\n10\n0\n20\n0\n30\n0\n40\n1\n1\nfirst^Jsecond\n"
+      "0\nENDSEC\n0\nEOF\n";
+  auto document = Read(dxf);
+  const auto* text = static_cast<const Text*>(document->Find("2A"));
+  ASSERT_NE(text, nullptr);
+  EXPECT_EQ(text->value, "line\nnext\ttab a^b x^2 ^A");
+  EXPECT_EQ(MTextPlainText(static_cast<const MText*>(document->Find("2B"))->value), "first\nsecond");
+  const std::string ascii = Write(*document, kVersionKeep);
+  EXPECT_NE(ascii.find("\r\nline^Jnext^Itab a^ b x^ 2 ^ A\r\n"), std::string::npos) << ascii;
+  EXPECT_NE(ascii.find("\r\nfirst^Jsecond\r\n"), std::string::npos);
+  // Binary holds the characters; both read back to the same value.
+  const std::string binary = Write(*document, kVersionKeep, 0, true);
+  EXPECT_NE(binary.find(std::string("line\nnext\ttab a^b x^2 ^A") + std::string(1, '\0')), std::string::npos);
+  EXPECT_EQ(static_cast<const Text*>(Read(binary)->Find("2A"))->value, text->value);
+  EXPECT_EQ(static_cast<const Text*>(Read(ascii)->Find("2A"))->value, text->value);
+}
+
 TEST(DxfWriter, RealsInShortestFormOrRoundedToThePrecision) {
   const std::string dxf =
       "0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1015\n0\nENDSEC\n0\nSECTION\n2\nENTITIES\n"

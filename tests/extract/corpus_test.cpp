@@ -51,12 +51,20 @@ std::string DecodeEscapes(const std::string& in) {
   return out;
 }
 
-// MTEXT breaks arrive as \P, ^J or a line feed.
+// MTEXT breaks arrive as \P, ^J or a line feed. The oracle keeps the caret
+// codes of ASCII files as they stand (^I a tab, "^ " a caret); the engine
+// decodes them.
 std::string SameBreaks(const std::string& text) {
   std::string out;
   for (size_t i = 0; i < text.size(); ++i) {
     if (text.compare(i, 2, "^J") == 0 || text.compare(i, 2, "\\P") == 0) {
       out += '\n';
+      ++i;
+    } else if (text.compare(i, 2, "^I") == 0) {
+      out += '\t';
+      ++i;
+    } else if (text.compare(i, 2, "^ ") == 0) {
+      out += '^';
       ++i;
     } else {
       out.push_back(text[i]);

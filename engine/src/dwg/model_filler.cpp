@@ -12,6 +12,7 @@
 
 #include "dwg/codepage.hpp"
 #include "dwg/decoder.hpp"
+#include "dwg/dxf_form.hpp"
 #include "vantrove/engine/dwg_reader.hpp"
 
 namespace vantrove::engine {
@@ -37,6 +38,7 @@ std::string_view DxfTypeName(const ObjectRecord& rec) {
   if (n.starts_with("VERTEX")) return "VERTEX";
   if (n.starts_with("POLYLINE")) return "POLYLINE";
   if (n.starts_with("DIMENSION")) return "DIMENSION";
+  if (n == "MINSERT") return "INSERT";  // DXF tells the two apart by rows and columns
   if (n == "BLOCK_HEADER") return "BLOCK_RECORD";
   if (n.ends_with("_CONTROL")) return "TABLE";
   if (n == "VX_TABLE_RECORD") return "VX";
@@ -469,6 +471,15 @@ void Filler::Run() {
       doc_.objects_section.push_back(object);
     }
   }
+  // The root dictionary (owned by nothing) opens the OBJECTS section, as
+  // readers of DXF files expect.
+  auto root = std::find_if(doc_.objects_section.begin(), doc_.objects_section.end(), [](const Object* o) {
+    return o->kind() == ObjectKind::kDictionary && o->owner == kNoHandle;
+  });
+  if (root != doc_.objects_section.end()) std::rotate(doc_.objects_section.begin(), root, root + 1);
+  static constexpr std::string_view kSections[] = {"HEADER", "CLASSES", "TABLES", "BLOCKS", "ENTITIES", "OBJECTS"};
+  doc_.section_order.assign(std::begin(kSections), std::end(kSections));
+  dwg::BuildDxfForms(d_, doc_, made_, names_);
   doc_.Finish();
 }
 

@@ -336,6 +336,68 @@ std::string ReadText(BitReader& dat, BitReader& str, bool separate, bool have, T
   return text.ToUtf8(dat.TV());
 }
 
+// One field of a type decoded from its field list; fields the DWG form
+// does not hold, or holds in a way only the type's own code reads, are
+// skipped.
+void ReadField(ObjectDecoder::Streams& s, const types::Field& field, types::FieldValues& values) {
+  BitReader& d = s.dat;
+  const bool compact = s.R2000();
+  switch (field.dwg) {
+    case types::Bits::kBD3: {
+      const Point3 p = d.BD3();
+      values.Point(field.name, p.x, p.y, p.z);
+      break;
+    }
+    case types::Bits::kBD: {
+      const double v = d.BD();
+      if (field.kind == types::Kind::kAngle) {
+        values.Angle(field.name, v);
+      } else {
+        values.Real(field.name, v);
+      }
+      break;
+    }
+    case types::Bits::kBT: {
+      const double t = d.BT(compact);
+      if (t != 0.0) values.Real(field.name, t);
+      break;
+    }
+    case types::Bits::kBE: {
+      const Point3 p = d.BE(compact);
+      if (p.x != 0.0 || p.y != 0.0 || p.z != 1.0) values.Point(field.name, p.x, p.y, p.z);
+      break;
+    }
+    default:
+      break;
+  }
+}
+
+// A LINE's end points: three bit doubles each before 2000; from 2000 on a
+// flag for "both z are 0", then each start coordinate followed by the end's
+// as a difference from it.
+void ReadLineEnds(ObjectDecoder::Streams& s, types::FieldValues& values) {
+  BitReader& d = s.dat;
+  if (!s.R2000()) {
+    const Point3 a = d.BD3();
+    const Point3 b = d.BD3();
+    values.Point("start", a.x, a.y, a.z);
+    values.Point("end", b.x, b.y, b.z);
+    return;
+  }
+  const bool flat = d.B();
+  Point3 a, b;
+  a.x = d.RD();
+  b.x = d.DD(a.x);
+  a.y = d.RD();
+  b.y = d.DD(a.y);
+  if (!flat) {
+    a.z = d.RD();
+    b.z = d.DD(a.z);
+  }
+  values.Point("start", a.x, a.y, a.z);
+  values.Point("end", b.x, b.y, b.z);
+}
+
 }  // namespace
 
 bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
@@ -480,6 +542,18 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
     d.BS();
     d.RC();
   };
+
+  if (const types::TypeSpec* spec = types::FindDwgType(rec.type); spec != nullptr && rec.isEntity) {
+    if (spec->generic_dwg || rec.type == kTypeLine) {
+      FieldData f;
+      if (rec.type == kTypeLine) ReadLineEnds(s, f.values);
+      for (const types::Part& part : spec->parts) {
+        for (const types::Field& field : part.fields) ReadField(s, field, f.values);
+      }
+      rec.payload = std::move(f);
+      return ok();
+    }
+  }
 
   const std::string& name = rec.dxfName;
   switch (rec.type) {

@@ -20,8 +20,10 @@ class ObjectDecoder {
   // `rec.dataOk` tells whether the typed part decoded.
   bool Decode(size_t offset, ObjectRecord& rec);
 
- private:
+ // The object's data, handle and string streams while it decodes.
   struct Streams;
+
+ private:
   bool DecodeTyped(Streams& s, ObjectRecord& rec);
 
   const Container& c_;

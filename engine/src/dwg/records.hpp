@@ -11,6 +11,7 @@
 
 #include "dwg/bit_reader.hpp"
 #include "dwg/container.hpp"
+#include "model/record_encoder.hpp"
 
 namespace vantrove::engine::dwg {
 
@@ -24,6 +25,7 @@ enum ObjectType : uint16_t {
   kTypeSeqend = 0x06,
   kTypeInsert = 0x07,
   kTypeMinsert = 0x08,
+  kTypeLine = 0x13,
   kTypeDictionary = 0x2A,
   kTypeMText = 0x2C,
   kTypeBlockControl = 0x30,
@@ -148,13 +150,20 @@ struct TableEntryData {   // other table entries: only the name is decoded
   bool xrefDependent = false;
 };
 
+// An entity decoded from its type's field list (LINE, CIRCLE, ARC, ...):
+// the values by field name, as the DXF form writes them.
+struct FieldData {
+  types::FieldValues values;
+};
+
 struct ControlData {      // table control objects
   std::vector<uint64_t> entries;
   uint64_t modelSpace = 0, paperSpace = 0;  // BLOCK_CONTROL only
 };
 
 using ObjectPayload = std::variant<std::monostate, TextData, InsertData, MTextData, ImageData, ImageDefData,
-                                   BlockData, BlockHeaderData, LayerData, LayoutData, DictionaryData, ControlData, TableEntryData>;
+                                   BlockData, BlockHeaderData, LayerData, LayoutData, DictionaryData, ControlData, TableEntryData,
+                                   FieldData>;
 
 struct ObjectRecord {
   uint64_t handle = 0;

@@ -247,12 +247,9 @@ void GroupWriter::PutCode(int32_t code) {
 
 void GroupWriter::PutAsciiString(std::string_view value, bool name) {
   bool plain = true;
-  for (char c : value) {
-    const auto u = static_cast<unsigned char>(c);
-    if (u < 0x20 || (u >= 0x80 && format_.legacy_text)) {
-      plain = false;
-      break;
-    }
+  for (size_t i = 0; i < value.size() && plain; ++i) {
+    const auto u = static_cast<unsigned char>(value[i]);
+    plain = !(u < 0x20 || (u >= 0x80 && format_.legacy_text) || u == '^');
   }
   if (plain) {
     buffer_.append(value);
@@ -264,10 +261,14 @@ void GroupWriter::PutAsciiString(std::string_view value, bool name) {
   } else {
     scratch_.assign(value);
   }
-  // Control characters cannot stand in a line of their own: caret form.
-  for (char c : scratch_) {
+  // Control characters cannot stand in a line of their own: caret form; a
+  // caret itself is "^ ", so that no reader takes it for a caret code.
+  for (size_t i = 0; i < scratch_.size(); ++i) {
+    const char c = scratch_[i];
     const auto u = static_cast<unsigned char>(c);
-    if (u < 0x20) {
+    if (c == '^') {
+      buffer_.append("^ ");
+    } else if (u < 0x20) {
       if (u == 0 || u == '\r') continue;
       buffer_.push_back('^');
       buffer_.push_back(static_cast<char>(u + 0x40));

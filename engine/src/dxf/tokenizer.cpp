@@ -64,6 +64,36 @@ bool Tokenizer::Next(RawGroup& out) {
   return binary_ ? NextBinary(out) : NextAscii(out);
 }
 
+// A text line cannot hold control characters: ASCII DXF writes them as a
+// caret and the character 0x40 above ("^J" a line feed, "^I" a tab) and a
+// caret itself, where it could be read as such a pair, as "^ ". Binary DXF
+// and DWG hold the characters themselves, and so does the model.
+std::string_view DecodeCarets(std::string_view value, TextArena& arena) {
+  std::string out;
+  out.reserve(value.size());
+  bool changed = false;
+  for (size_t i = 0; i < value.size(); ++i) {
+    const char c = value[i];
+    if (c == '^' && i + 1 < value.size()) {
+      const auto next = static_cast<unsigned char>(value[i + 1]);
+      if (next == ' ') {
+        out.push_back('^');
+        ++i;
+        changed = true;
+        continue;
+      }
+      if (next >= 0x40 && next <= 0x5F) {
+        out.push_back(static_cast<char>(next - 0x40));
+        ++i;
+        changed = true;
+        continue;
+      }
+    }
+    out.push_back(c);
+  }
+  return changed ? arena.Store(out) : value;
+}
+
 bool Tokenizer::NextAscii(RawGroup& out) {
   // Group code line.
   const char* start = data_ + pos_;
@@ -96,6 +126,9 @@ bool Tokenizer::NextAscii(RawGroup& out) {
   pos_ = eol != nullptr ? static_cast<size_t>(eol - data_) + 1 : size_;
   out.code = code;
   out.value = value;
+  if (value.find('^') != std::string_view::npos && GroupTypeOf(code) == GroupType::kString) {
+    out.value = DecodeCarets(value, arena_);
+  }
   return true;
 }
 

@@ -22,6 +22,10 @@ struct RawGroup {
 
 inline constexpr std::string_view kBinarySentinel{"AutoCAD Binary DXF\r\n\x1a\0", 22};
 
+// The value of an ASCII string group with its caret codes decoded ("^J" a
+// line feed, "^ " a caret); the text itself when it has none.
+std::string_view DecodeCarets(std::string_view value, TextArena& arena);
+
 class Tokenizer {
  public:
   Tokenizer(const char* data, size_t size, TextArena& arena);
