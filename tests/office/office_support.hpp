@@ -17,12 +17,16 @@ inline constexpr const char* kPython = "/usr/bin/python3";
 
 inline std::string Quote(const std::string& s) {
   std::string q = "'";
-  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
+  for (char c : s) {
+    if (c == '\'') q.append("'\\''");
+    else q.push_back(c);
+  }
+  q.push_back('\'');
+  return q;
 }
 
 // Runs a shell command; its standard output, and its exit status in `status`.
-inline std::string Run(const std::string& command, int& status) {
+inline std::string RunShell(const std::string& command, int& status) {
   std::string out;
   FILE* p = popen(command.c_str(), "r");
   if (!p) {
@@ -37,9 +41,18 @@ inline std::string Run(const std::string& command, int& status) {
   return out;
 }
 
+// Copies `file` into the folder named by VANTROVE_KEEP_OUTPUT, when set, for
+// looking at by hand.
+inline void KeepForInspection(const std::string& file) {
+  if (const char* keep = std::getenv("VANTROVE_KEEP_OUTPUT")) {
+    int status = 0;
+    RunShell("cp " + Quote(file) + " " + Quote(keep), status);
+  }
+}
+
 inline bool PythonHas(const std::string& module) {
   int status = 0;
-  Run(std::string(kPython) + " -c 'import " + module + "' 2>/dev/null", status);
+  RunShell(std::string(kPython) + " -c 'import " + module + "' 2>/dev/null", status);
   return status == 0;
 }
 
@@ -47,7 +60,7 @@ inline bool PythonHas(const std::string& module) {
 inline nlohmann::json ReadWith(const std::string& script, const std::string& file) {
   int status = 0;
   const std::string out =
-      Run(std::string(kPython) + " " + Quote(std::string(VANTROVE_OFFICE_TESTS) + "/" + script) + " " + Quote(file), status);
+      RunShell(std::string(kPython) + " " + Quote(std::string(VANTROVE_OFFICE_TESTS) + "/" + script) + " " + Quote(file), status);
   EXPECT_EQ(status, 0) << script << " failed on " << file;
   if (status != 0) return {};
   return nlohmann::json::parse(out);
@@ -58,22 +71,30 @@ inline nlohmann::json ReadWith(const std::string& script, const std::string& fil
 
 inline bool HaveSoffice() {
   int status = 0;
-  Run("command -v soffice >/dev/null 2>&1", status);
+  RunShell("command -v soffice >/dev/null 2>&1", status);
   return status == 0;
 }
 
-// Converts `files` to PDF into `outDir` with a private LibreOffice profile in
-// `folder`, bounded in time; the converter's messages in `log`. True when it
-// ran and exited cleanly.
-inline bool ConvertToPdf(const TempFolder& folder, const std::vector<std::string>& files, const std::string& outDir,
-                         std::string& log) {
-  std::string cmd = "cd " + Quote(folder.path()) + " && timeout 180 soffice --headless --norestore --nologo " +
-                    "-env:UserInstallation=file://" + folder.path() + "/lo-profile --convert-to pdf --outdir " +
-                    Quote(outDir);
-  for (const std::string& f : files) cmd += " " + Quote(f);
-  cmd += " 2>&1";
+// Converts `files` to `format` (pdf, xlsx, ...) into `outDir` with a private
+// LibreOffice profile in `folder`, bounded in time; the converter's messages
+// in `log`. True when it ran and exited cleanly.
+inline bool ConvertTo(const TempFolder& folder, const std::vector<std::string>& files, const std::string& format,
+                      const std::string& outDir, std::string& log) {
+  std::string cmd = "cd ";
+  cmd.append(Quote(folder.path()));
+  cmd.append(" && timeout 180 soffice --headless --norestore --nologo -env:UserInstallation=file://");
+  cmd.append(folder.path());
+  cmd.append("/lo-profile --convert-to ");
+  cmd.append(format);
+  cmd.append(" --outdir ");
+  cmd.append(Quote(outDir));
+  for (const std::string& f : files) {
+    cmd.push_back(' ');
+    cmd.append(Quote(f));
+  }
+  cmd.append(" 2>&1");
   int status = 0;
-  log = Run(cmd, status);
+  log = RunShell(cmd, status);
   return status == 0;
 }
 
