@@ -33,6 +33,12 @@ class Application {
 
   docx::Document* HeldDocument(const std::string& path);
   docx::Document& Hold(std::unique_ptr<docx::Document> doc);
+  // Saves every held document that has a file.
+  void SaveDocuments() {
+    for (auto& d : documents_) {
+      if (!d->path().empty()) d->Save();
+    }
+  }
   // Word's quit: every document closed without saving.
   void QuitWord() { documents_.clear(); }
 
