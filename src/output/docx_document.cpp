@@ -328,7 +328,7 @@ void Document::Save() {
 void Document::SaveAs(const std::string& path) {
   s_->pkg.Put(s_->mainPart, ooxml::XmlBytes(s_->doc));
   s_->pkg.Put(s_->stylesPart, ooxml::XmlBytes(s_->styles));
-  WriteWholeFile(path, s_->pkg.Write());
+  s_->pkg.WriteFile(path);
   s_->path = path;
 }
 

@@ -2,7 +2,12 @@
 // content-type and relationship parts.
 #include "ooxml_package.hpp"
 
+#include <limits.h>
+#include <stdlib.h>
+#include <sys/stat.h>
 #include <zip.h>
+
+#include <cerrno>
 
 #include <algorithm>
 #include <cstring>
@@ -179,18 +184,7 @@ std::vector<std::string> Package::Names() const {
   return out;
 }
 
-std::string Package::Write() const {
-  zip_error_t err;
-  zip_error_init(&err);
-  zip_source_t* buf = zip_source_buffer_create(nullptr, 0, 0, &err);
-  if (!buf) Refuse("Out of memory writing the package");
-  zip_t* z = zip_open_from_source(buf, ZIP_TRUNCATE, &err);
-  if (!z) {
-    zip_source_free(buf);
-    Refuse("Cannot start writing the package");
-  }
-  zip_source_keep(buf);
-  std::unique_ptr<zip_source_t, void (*)(zip_source_t*)> keep(buf, zip_source_free);
+void Package::AddEntries(zip_t* z) const {
   auto fail = [&](const std::string& what) {
     zip_discard(z);
     Refuse(what);
@@ -225,6 +219,21 @@ std::string Package::Write() const {
     }
     zip_set_file_compression(z, static_cast<zip_uint64_t>(idx), ZIP_CM_DEFLATE, 1);
   }
+}
+
+std::string Package::Write() const {
+  zip_error_t err;
+  zip_error_init(&err);
+  zip_source_t* buf = zip_source_buffer_create(nullptr, 0, 0, &err);
+  if (!buf) Refuse("Out of memory writing the package");
+  zip_t* z = zip_open_from_source(buf, ZIP_TRUNCATE, &err);
+  if (!z) {
+    zip_source_free(buf);
+    Refuse("Cannot start writing the package");
+  }
+  zip_source_keep(buf);
+  std::unique_ptr<zip_source_t, void (*)(zip_source_t*)> keep(buf, zip_source_free);
+  AddEntries(z);
   if (zip_close(z) != 0) {
     std::string why = zip_error_strerror(zip_get_error(z));
     zip_discard(z);
@@ -238,6 +247,32 @@ std::string Package::Write() const {
   zip_source_close(buf);
   if (got < 0 || static_cast<zip_uint64_t>(got) != st.size) Refuse("Cannot read the written package");
   return out;
+}
+
+void Package::WriteFile(const std::string& path) const {
+  // A symbolic link is followed: the file it names is replaced.
+  std::string target = path;
+  char resolved[PATH_MAX];
+  struct stat st;
+  if (::lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode) && ::realpath(path.c_str(), resolved)) target = resolved;
+  const bool existed = ::stat(target.c_str(), &st) == 0;
+  if (existed && S_ISDIR(st.st_mode)) Raise(err::kPathFileAccess, "Path/File access error: " + path + " is a folder");
+  // libzip writes beside the target and renames at the end: a failure leaves the old file.
+  int code = 0;
+  zip_t* z = zip_open(target.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code);
+  if (!z) Raise(err::kPathFileAccess, "Cannot write " + path);
+  AddEntries(z);
+  if (zip_close(z) != 0) {
+    const zip_error_t* e = zip_get_error(z);
+    const int sys = zip_error_code_system(e);
+    std::string why = zip_error_strerror(const_cast<zip_error_t*>(e));
+    zip_discard(z);
+    if (sys == ENOENT || sys == ENOTDIR) Raise(err::kPathNotFound, "Path not found: " + path);
+    if (sys == EACCES || sys == EPERM) Raise(err::kPermissionDenied, "Permission denied: " + path);
+    if (sys == ENOSPC) Raise(err::kDiskFull, "Disk full writing " + path);
+    Raise(err::kPathFileAccess, "Cannot write " + path + ": " + why);
+  }
+  if (existed) ::chmod(target.c_str(), st.st_mode & 07777);  // the replaced file's mode stays
 }
 
 // ---- XML helpers ----------------------------------------------------------------

@@ -12,6 +12,8 @@
 
 #include <pugixml.hpp>
 
+struct zip;
+
 namespace vantrove::ooxml {
 
 // Produces a part's bytes piece by piece while the package is written:
@@ -36,6 +38,9 @@ class Package {
 
   // The whole zip.
   std::string Write() const;
+  // The zip written to `path` through a temporary file beside it, renamed at
+  // the end; raises the file errors (76, 70, 75, 61) when it cannot.
+  void WriteFile(const std::string& path) const;
 
  private:
   struct Entry {
@@ -45,6 +50,7 @@ class Package {
     bool last = false;
   };
   const Entry* Find(const std::string& name) const;
+  void AddEntries(::zip* z) const;
   std::vector<Entry> entries_;
 };
 

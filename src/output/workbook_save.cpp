@@ -110,9 +110,11 @@ void SaveTo(WorkbookState& wb, const std::string& path, const std::string& passw
     if (s.dirty || s.fresh) StoreSheet(s);
   }
   wb.styles.Store(wb.pkg);
-  std::string bytes = wb.pkg.Write();
-  if (!password.empty()) bytes = office::EncryptPackage(bytes, password);
-  WriteWholeFile(path, bytes);
+  if (password.empty()) {
+    wb.pkg.WriteFile(path);  // streamed: a large sheet never sits in memory whole
+  } else {
+    WriteWholeFile(path, office::EncryptPackage(wb.pkg.Write(), password));
+  }
   wb.path = path;
   wb.password = password;
   wb.readOnly = false;
