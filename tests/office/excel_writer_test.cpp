@@ -218,3 +218,39 @@ TEST(ArrayToExcel, LibreOfficeRendersTheWorkbooks) {
 
 }  // namespace
 }  // namespace vantrove
+
+namespace vantrove {
+namespace {
+
+TEST(ArrayToExcel, PasswordsEncryptAndReserve) {
+  TempFolder tmp;
+  office::Application app;
+  office::ExcelRequest r = SaveTo(tmp / "locked.xlsx");
+  r.choice.password = "open sesame";
+  r.choice.writeResPassword = "owner";
+  ASSERT_EQ(Write(app, Table(), 1, 1, r), 1);
+  const std::string before = Slurp(tmp / "locked.xlsx");
+  office::ExcelRequest wrong;
+  wrong.choice.workbook = tmp / "locked.xlsx";
+  wrong.choice.password = "guess";
+  wrong.choice.closeWorkbook = true;
+  EXPECT_EQ(Write(app, Table(), 1, 1, wrong), 0);
+  office::ExcelRequest noOwner = wrong;
+  noOwner.choice.password = "open sesame";  // opens, but read-only without the reservation password
+  EXPECT_EQ(Write(app, Table(), 1, 1, noOwner), 0);
+  EXPECT_EQ(Slurp(tmp / "locked.xlsx"), before);
+  // The failed call left the read-only workbook open, and opening the same
+  // file again gives that one; a fresh application opens it anew.
+  EXPECT_EQ(app.workbook_count(), 1u);
+  office::Application fresh;
+  office::ExcelRequest owner = noOwner;
+  owner.choice.writeResPassword = "owner";
+  owner.choice.worksheet = Variant(int32_t{2});
+  EXPECT_EQ(Write(fresh, Table(), 4, 1, owner), 1);
+  auto wb = xlsx::Workbook::Open(tmp / "locked.xlsx", "open sesame", "owner");
+  EXPECT_EQ(wb->SheetCount(), 2);
+  EXPECT_FALSE(wb->read_only());
+}
+
+}  // namespace
+}  // namespace vantrove
