@@ -218,6 +218,71 @@ std::string EnsureTableStyle(pugi::xml_document& styles, const TableFormat& f) {
   return id;
 }
 
+// <w:tbl> up to its grid: style, width, spacing, layout and which parts of
+// the format apply.
+std::string TableStartXml(const TableSpec& spec, const TableFormat& format, const std::string& styleId,
+                          const std::string& w, int64_t colWidth, int64_t cols) {
+  const TableFlags& fl = spec.flags;
+  std::string x = "<" + w + "tbl><" + w + "tblPr>";
+  if (!styleId.empty()) x += "<" + w + "tblStyle " + w + "val=\"" + styleId + "\"/>";
+  x += fl.autoFit ? "<" + w + "tblW " + w + "w=\"0\" " + w + "type=\"auto\"/>"
+                  : "<" + w + "tblW " + w + "w=\"" + std::to_string(colWidth * cols) + "\" " + w + "type=\"dxa\"/>";
+  if (format.cellSpacing && fl.borders) {
+    x += "<" + w + "tblCellSpacing " + w + "w=\"" + std::to_string(format.cellSpacing) + "\" " + w + "type=\"dxa\"/>";
+  }
+  if (!fl.autoFit) x += "<" + w + "tblLayout " + w + "type=\"fixed\"/>";
+  unsigned look = (fl.headingRows ? 0x20 : 0) | (fl.lastRow ? 0x40 : 0) | (fl.firstColumn ? 0x80 : 0) | (fl.lastColumn ? 0x100 : 0);
+  char lookHex[8];
+  std::snprintf(lookHex, sizeof lookHex, "%04X", look);
+  x += "<" + w + "tblLook " + w + "val=\"" + lookHex + "\" " + w + "firstRow=\"" + (fl.headingRows ? "1" : "0") + "\" " + w +
+       "lastRow=\"" + (fl.lastRow ? "1" : "0") + "\" " + w + "firstColumn=\"" + (fl.firstColumn ? "1" : "0") + "\" " + w +
+       "lastColumn=\"" + (fl.lastColumn ? "1" : "0") + "\" " + w + "noHBand=\"0\" " + w + "noVBand=\"0\"/>";
+  x += "</" + w + "tblPr><" + w + "tblGrid>";
+  for (int64_t c = 0; c < cols; ++c) x += "<" + w + "gridCol " + w + "w=\"" + std::to_string(colWidth) + "\"/>";
+  x += "</" + w + "tblGrid>";
+  return x;
+}
+
+// The rows: every cell with the look the format and flags give it.
+void AppendRowsXml(std::string& x, const TableSpec& spec, const TableFormat& format, const std::string& w,
+                   int64_t colWidth, int64_t rows, int64_t cols) {
+  const TableFlags& fl = spec.flags;
+  static constexpr const char* kAlign[] = {"left", "center", "right", "both"};
+  std::string ppr = "<" + w + "pPr><" + w + "spacing " + w + "after=\"" + Twips(spec.spaceAfter) + "\"/>";
+  if (spec.align >= 0 && spec.align <= 3) ppr += "<" + w + "jc " + w + "val=\"" + kAlign[spec.align] + "\"/>";
+  ppr += "</" + w + "pPr>";
+  std::string fontXml;
+  fontXml += "<" + w + "rFonts " + w + "ascii=\"";
+  ooxml::AppendEscaped(fontXml, spec.font);
+  fontXml += "\" " + w + "hAnsi=\"";
+  ooxml::AppendEscaped(fontXml, spec.font);
+  fontXml += "\" " + w + "cs=\"";
+  ooxml::AppendEscaped(fontXml, spec.font);
+  fontXml += "\"/>";
+  const std::string size = std::to_string(static_cast<int64_t>(std::lround(spec.size * 2)));
+  for (int64_t r = 0; r < rows; ++r) {
+    x += "<" + w + "tr>";
+    if (r == 0 && fl.headingRows) x += "<" + w + "trPr><" + w + "tblHeader/></" + w + "trPr>";
+    for (int64_t c = 0; c < cols; ++c) {
+      const CellLook lk = LookOf(format, fl, r, c, rows, cols);
+      x += "<" + w + "tc><" + w + "tcPr><" + w + "tcW " + w + "w=\"" + std::to_string(colWidth) + "\" " + w + "type=\"dxa\"/>";
+      x += "<" + w + "tcBorders>" + BorderXml(w, "top", lk.top) + BorderXml(w, "left", lk.left) +
+           BorderXml(w, "bottom", lk.bottom) + BorderXml(w, "right", lk.right) + "</" + w + "tcBorders>";
+      x += "<" + w + "shd " + w + "val=\"clear\" " + w + "color=\"auto\" " + w + "fill=\"" + (lk.fill.empty() ? "auto" : lk.fill) + "\"/>";
+      x += "</" + w + "tcPr><" + w + "p>" + ppr;
+      std::string rpr = "<" + w + "rPr>" + fontXml;
+      rpr += spec.bold || lk.bold ? "<" + w + "b/>" : "<" + w + "b " + w + "val=\"0\"/>";
+      rpr += lk.italic ? "<" + w + "i/>" : "<" + w + "i " + w + "val=\"0\"/>";
+      rpr += "<" + w + "color " + w + "val=\"" + (lk.color.empty() ? "auto" : lk.color) + "\"/>";
+      rpr += "<" + w + "sz " + w + "val=\"" + size + "\"/><" + w + "szCs " + w + "val=\"" + size + "\"/></" + w + "rPr>";
+      const std::string& text = c < static_cast<int64_t>(spec.rows[static_cast<size_t>(r)].size()) ? spec.rows[static_cast<size_t>(r)][static_cast<size_t>(c)] : std::string();
+      if (!text.empty()) AppendRuns(x, w, rpr, text);
+      x += "</" + w + "p></" + w + "tc>";
+    }
+    x += "</" + w + "tr>";
+  }
+}
+
 }  // namespace
 
 void Document::AppendTable(const TableSpec& spec) {
@@ -244,59 +309,9 @@ void Document::AppendTable(const TableSpec& spec) {
   const int64_t colWidth = spec.columnWidth > 0 ? std::lround(spec.columnWidth * 20)
                                                 : static_cast<int64_t>(std::max(textWidth, 1440.0) / static_cast<double>(cols));
   const std::string styleId = format->type == 0 ? std::string() : EnsureTableStyle(s.styles, *format);
-  const TableFlags& fl = spec.flags;
 
-  std::string x = "<" + w + "tbl><" + w + "tblPr>";
-  if (!styleId.empty()) x += "<" + w + "tblStyle " + w + "val=\"" + styleId + "\"/>";
-  x += fl.autoFit ? "<" + w + "tblW " + w + "w=\"0\" " + w + "type=\"auto\"/>"
-                  : "<" + w + "tblW " + w + "w=\"" + std::to_string(colWidth * cols) + "\" " + w + "type=\"dxa\"/>";
-  if (format->cellSpacing && fl.borders) {
-    x += "<" + w + "tblCellSpacing " + w + "w=\"" + std::to_string(format->cellSpacing) + "\" " + w + "type=\"dxa\"/>";
-  }
-  if (!fl.autoFit) x += "<" + w + "tblLayout " + w + "type=\"fixed\"/>";
-  unsigned look = (fl.headingRows ? 0x20 : 0) | (fl.lastRow ? 0x40 : 0) | (fl.firstColumn ? 0x80 : 0) | (fl.lastColumn ? 0x100 : 0);
-  char lookHex[8];
-  std::snprintf(lookHex, sizeof lookHex, "%04X", look);
-  x += "<" + w + "tblLook " + w + "val=\"" + lookHex + "\" " + w + "firstRow=\"" + (fl.headingRows ? "1" : "0") + "\" " + w +
-       "lastRow=\"" + (fl.lastRow ? "1" : "0") + "\" " + w + "firstColumn=\"" + (fl.firstColumn ? "1" : "0") + "\" " + w +
-       "lastColumn=\"" + (fl.lastColumn ? "1" : "0") + "\" " + w + "noHBand=\"0\" " + w + "noVBand=\"0\"/>";
-  x += "</" + w + "tblPr><" + w + "tblGrid>";
-  for (int64_t c = 0; c < cols; ++c) x += "<" + w + "gridCol " + w + "w=\"" + std::to_string(colWidth) + "\"/>";
-  x += "</" + w + "tblGrid>";
-  static constexpr const char* kAlign[] = {"left", "center", "right", "both"};
-  std::string ppr = "<" + w + "pPr><" + w + "spacing " + w + "after=\"" + Twips(spec.spaceAfter) + "\"/>";
-  if (spec.align >= 0 && spec.align <= 3) ppr += "<" + w + "jc " + w + "val=\"" + kAlign[spec.align] + "\"/>";
-  ppr += "</" + w + "pPr>";
-  std::string fontXml;
-  fontXml += "<" + w + "rFonts " + w + "ascii=\"";
-  ooxml::AppendEscaped(fontXml, spec.font);
-  fontXml += "\" " + w + "hAnsi=\"";
-  ooxml::AppendEscaped(fontXml, spec.font);
-  fontXml += "\" " + w + "cs=\"";
-  ooxml::AppendEscaped(fontXml, spec.font);
-  fontXml += "\"/>";
-  const std::string size = std::to_string(static_cast<int64_t>(std::lround(spec.size * 2)));
-  for (int64_t r = 0; r < rows; ++r) {
-    x += "<" + w + "tr>";
-    if (r == 0 && fl.headingRows) x += "<" + w + "trPr><" + w + "tblHeader/></" + w + "trPr>";
-    for (int64_t c = 0; c < cols; ++c) {
-      const CellLook lk = LookOf(*format, fl, r, c, rows, cols);
-      x += "<" + w + "tc><" + w + "tcPr><" + w + "tcW " + w + "w=\"" + std::to_string(colWidth) + "\" " + w + "type=\"dxa\"/>";
-      x += "<" + w + "tcBorders>" + BorderXml(w, "top", lk.top) + BorderXml(w, "left", lk.left) +
-           BorderXml(w, "bottom", lk.bottom) + BorderXml(w, "right", lk.right) + "</" + w + "tcBorders>";
-      x += "<" + w + "shd " + w + "val=\"clear\" " + w + "color=\"auto\" " + w + "fill=\"" + (lk.fill.empty() ? "auto" : lk.fill) + "\"/>";
-      x += "</" + w + "tcPr><" + w + "p>" + ppr;
-      std::string rpr = "<" + w + "rPr>" + fontXml;
-      rpr += spec.bold || lk.bold ? "<" + w + "b/>" : "<" + w + "b " + w + "val=\"0\"/>";
-      rpr += lk.italic ? "<" + w + "i/>" : "<" + w + "i " + w + "val=\"0\"/>";
-      rpr += "<" + w + "color " + w + "val=\"" + (lk.color.empty() ? "auto" : lk.color) + "\"/>";
-      rpr += "<" + w + "sz " + w + "val=\"" + size + "\"/><" + w + "szCs " + w + "val=\"" + size + "\"/></" + w + "rPr>";
-      const std::string& text = c < static_cast<int64_t>(spec.rows[static_cast<size_t>(r)].size()) ? spec.rows[static_cast<size_t>(r)][static_cast<size_t>(c)] : std::string();
-      if (!text.empty()) AppendRuns(x, w, rpr, text);
-      x += "</" + w + "p></" + w + "tc>";
-    }
-    x += "</" + w + "tr>";
-  }
+  std::string x = TableStartXml(spec, *format, styleId, w, colWidth, cols);
+  AppendRowsXml(x, spec, *format, w, colWidth, rows, cols);
   x += "</" + w + "tbl>";
 
   // The paragraph after the table keeps the formatting of the document's last one.
