@@ -1,6 +1,6 @@
 // The Word and Excel members of clsVantrove: arguments in, the writers' steps
 // on the object's held documents, result codes out.
-#include "cells.hpp"
+#include "../component/boundary.hpp"
 #include "excel_writer.hpp"
 #include "vantrove/component.hpp"
 #include "word_writer.hpp"
@@ -48,7 +48,7 @@ int16_t clsVantrove::TwoDArrayToWord(const Variant& varArray, const std::string&
                                      int16_t intColumnWidth, bool blnBorders, bool blnShading, bool blnFont,
                                      bool blnColor, bool blnHeadingRows, bool blnLastRow, bool blnFirstColumn,
                                      bool blnLastColumn, bool blnAutoFit, OrientationType lngPageOrientation) {
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const auto r = WordRequestOf(strDocument, blnSave, blnClose, lngTableType, blnBold, strFont, intSize, intSpaceAfter,
                                  lngParagraphAlign, intColumnWidth,
                                  {blnBorders, blnShading, blnFont, blnColor, blnHeadingRows, blnLastRow, blnFirstColumn,
@@ -64,7 +64,7 @@ int16_t clsVantrove::OneDArrayToWord(const Variant& varArray, const std::string&
                                      int16_t intColumnWidth, bool blnBorders, bool blnShading, bool blnFont,
                                      bool blnColor, bool blnHeadingRows, bool blnLastRow, bool blnFirstColumn,
                                      bool blnLastColumn, bool blnAutoFit, OrientationType lngPageOrientation) {
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const auto r = WordRequestOf(strDocument, blnSave, blnClose, lngTableType, blnBold, strFont, intSize, intSpaceAfter,
                                  lngParagraphAlign, intColumnWidth,
                                  {blnBorders, blnShading, blnFont, blnColor, blnHeadingRows, blnLastRow, blnFirstColumn,
@@ -81,7 +81,7 @@ int16_t clsVantrove::Web_TwoDArrayToWord(
     const Variant& blnBorders, const Variant& blnShading, const Variant& blnFont, const Variant& blnColor,
     const Variant& blnHeadingRows, const Variant& blnLastRow, const Variant& blnFirstColumn,
     const Variant& blnLastColumn, const Variant& blnAutoFit, const Variant& lngPageOrientation) {
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     if (!varArray.IsArray()) return -2;
     const auto r = WordRequestOf(CStr(strDocument), CBool(blnSave), CBool(blnClose), CLng(lngTableType), CBool(blnBold),
                                  CStr(strFont), CInt(intSize), CInt(intSpaceAfter), CLng(lngParagraphAlign),
@@ -101,7 +101,7 @@ int16_t clsVantrove::ArrayToExcel(const Variant& varArray, int32_t lngRow, int32
                                   bool blnCloseWorkbook, bool blnTranspose, bool blnSetColumnWidths,
                                   bool blnBoldFirstRow, bool blnBoldFirstColumn, bool blnFreezeHeaders,
                                   const std::string& strSheetName, bool blnFormatAsText) {
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     office::ExcelRequest r;
     r.choice = {strWorkbook, blnUseOpenWorkbook, strSaveToFile, varWorksheet, strPassword, strWriteResPassword,
                 blnCloseWorkbook, strSheetName};
@@ -122,7 +122,7 @@ int16_t clsVantrove::Web_ArrayToExcel(
     const Variant& blnTranspose, const Variant& blnSetColumnWidths, const Variant& blnBoldFirstRow,
     const Variant& blnBoldFirstColumn, const Variant& blnFreezeHeaders, const Variant& strSheetName,
     const Variant& blnFormatAsText) {
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const int32_t row = CLng(lngRow), col = CLng(lngCol);
     office::ExcelRequest r;
     r.choice = {CStr(strWorkbook), CBool(blnUseOpenWorkbook), CStr(strSaveToFile), varWorksheet, CStr(strPassword),
