@@ -221,12 +221,60 @@ std::string FormatFor(const std::string& format, const std::string& output) {
   std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
   if (ext == ".html" || ext == ".htm") return "html";
   if (ext == ".txt" || ext == ".tsv") return "txt";
+  if (ext == ".xlsx") return "xlsx";
+  if (ext == ".docx") return "docx";
   return "csv";
+}
+
+// A workbook of one sheet, or a document of one table, made beside the
+// output under a name of its own and then renamed over it (a document the
+// writer found would otherwise be appended to).
+int WriteOfficeTable(clsVantrove& v, const Table& table, const std::string& kind, const std::string& output,
+                     bool headings, const std::string& title) {
+  const std::string ext = "." + kind;
+  const std::string target = output == "-" ? extract::TempXmlFileName() + ext
+                                           : output + ".part-" + std::to_string(::getpid()) + ext;
+  SafeArray a = table.ToArray(headings);
+  const size_t columns = table.header().size();
+  int16_t rc = 0;
+  if (kind == "xlsx") {
+    std::string sheet = title.substr(title.find(':') == std::string::npos ? 0 : title.find(':') + 1);
+    sheet.erase(std::remove_if(sheet.begin(), sheet.end(), [](char c) { return std::string_view("[]:*?/\\'").find(c) != std::string_view::npos; }),
+                sheet.end());
+    sheet = Trim(Left(Trim(sheet), 31));
+    rc = v.ArrayToExcel(Variant(std::move(a)), 1, 1, "", false, target, Variant(int32_t{1}), "", "", true, false,
+                        true, headings, false, headings, sheet.empty() ? "Table" : sheet, true);
+  } else {
+    rc = v.TwoDArrayToWord(Variant(std::move(a)), target, true, true, dwgFormatGrid3, false, "Liberation Sans", 9, 0,
+                           dwgLeft, 0, true, true, true, true, headings, false, false, false, false,
+                           columns > 6 ? dwgLandscape : dwgPortrait);
+  }
+  std::error_code ec;
+  if (rc != 1) {
+    fs::remove(target, ec);
+    std::cerr << "vantrove: cannot write " << output << '\n';
+    return 1;
+  }
+  if (output == "-") {
+    std::ifstream in(target, std::ios::binary);
+    std::cout << in.rdbuf() << std::flush;
+    fs::remove(target, ec);
+    return 0;
+  }
+  const fs::path real = fs::is_symlink(output, ec) ? fs::canonical(output, ec) : fs::path(output);
+  fs::rename(target, real, ec);
+  if (ec) {
+    fs::remove(target);
+    std::cerr << "vantrove: cannot write " << output << ": " << ec.message() << '\n';
+    return 1;
+  }
+  return 0;
 }
 
 int WriteTable(clsVantrove& v, const Table& table, const std::string& format, const std::string& output,
                bool headings, const std::string& title) {
   const std::string kind = FormatFor(format, output);
+  if (kind == "xlsx" || kind == "docx") return WriteOfficeTable(v, table, kind, output, headings, title);
   if (kind == "html") {
     SafeArray a = table.ToArray(headings);
     for (Variant& cell : a.data()) cell = Variant(HtmlEscape(CStr(cell)));
@@ -451,14 +499,15 @@ std::function<int()> AddJobs(CLI::App& app) {
                       "Add the drawing's name (name), full path (full) or nothing (none); default: name for many drawings")
       ->check(CLI::IsMember({"auto", "name", "full", "none"}));
   extract->add_flag("--no-headings", ex->noHeadings, "Leave out the heading row");
-  extract->add_option("--format,-f", ex->format, "csv, html or txt (default: from the output name, else csv)")
-      ->check(CLI::IsMember({"csv", "html", "txt"}));
+  extract->add_option("--format,-f", ex->format, "csv, html, txt, xlsx or docx (default: from the output name, else csv)")
+      ->check(CLI::IsMember({"csv", "html", "txt", "xlsx", "docx"}));
   extract->add_option("--output,-o", ex->output, "Output file (default: standard output)");
   extract->add_flag("--recursive,-r", ex->recursive, "Look for drawings in sub-folders too");
   extract->footer(
       "Examples:\n"
       "  vantrove extract plan.dwg --block TITLE -o titles.csv\n"
       "  vantrove extract drawings/ -r --block BOM --tags ITEM,QTY,PART -o bom.html\n"
+      "  vantrove extract plan.dwg --block TITLE -o titles.xlsx   (or titles.docx)\n"
       "  vantrove extract plan.dxf --chapter layers -f txt");
   extract->callback([chosen, ex] { *chosen = [ex] { return RunExtract(*ex); }; });
 

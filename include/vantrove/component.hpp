@@ -19,6 +19,9 @@
 namespace vantrove::engine {
 class DrawingComponent;
 }
+namespace vantrove::office {
+class Application;
+}
 
 namespace vantrove {
 
@@ -284,6 +287,60 @@ class clsVantrove {
   int32_t XMLFileToRecordset(const std::string& strXMLFile, const ObjectRef& objRecd);
   int32_t Web_XMLFileToRecordset(Variant& strXMLFile, Variant& objRecd);
 
+  // ---- Word and Excel files (docs/office.md) ---------------------------------
+  // 1 done, -2 no array, 0 an error; the document is a .docx of our own making.
+  int16_t TwoDArrayToWord(const Variant& varArray, const std::string& strDocument = "", bool blnSave = false,
+                          bool blnClose = false, TableType lngTableType = dwgFormatNone, bool blnBold = false,
+                          const std::string& strFont = "Times New Roman", int16_t intSize = 12,
+                          int16_t intSpaceAfter = 10, TableAlignType lngParagraphAlign = dwgLeft,
+                          int16_t intColumnWidth = 0, bool blnBorders = false, bool blnShading = false,
+                          bool blnFont = false, bool blnColor = false, bool blnHeadingRows = false,
+                          bool blnLastRow = false, bool blnFirstColumn = false, bool blnLastColumn = false,
+                          bool blnAutoFit = false, OrientationType lngPageOrientation = dwgPortrait);
+  int16_t Web_TwoDArrayToWord(
+      const Variant& varArray, const Variant& strDocument = Variant(""), const Variant& blnSave = Variant(false),
+      const Variant& blnClose = Variant(false), const Variant& lngTableType = Variant(int16_t{0}),
+      const Variant& blnBold = Variant(false), const Variant& strFont = Variant("Times New Roman"),
+      const Variant& intSize = Variant(int16_t{12}), const Variant& intSpaceAfter = Variant(int16_t{10}),
+      const Variant& lngParagraphAlign = Variant(int16_t{0}), const Variant& intColumnWidth = Variant(int16_t{0}),
+      const Variant& blnBorders = Variant(false), const Variant& blnShading = Variant(false),
+      const Variant& blnFont = Variant(false), const Variant& blnColor = Variant(false),
+      const Variant& blnHeadingRows = Variant(false), const Variant& blnLastRow = Variant(false),
+      const Variant& blnFirstColumn = Variant(false), const Variant& blnLastColumn = Variant(false),
+      const Variant& blnAutoFit = Variant(false), const Variant& lngPageOrientation = Variant(int16_t{0}));
+  int16_t OneDArrayToWord(const Variant& varArray, const std::string& strDocument = "", bool blnSave = false,
+                          bool blnClose = false, TableType lngTableType = dwgFormatNone, bool blnBold = false,
+                          const std::string& strFont = "Times New Roman", int16_t intSize = 12,
+                          int16_t intSpaceAfter = 10, TableAlignType lngParagraphAlign = dwgLeft,
+                          int16_t intColumnWidth = 0, bool blnBorders = false, bool blnShading = false,
+                          bool blnFont = false, bool blnColor = false, bool blnHeadingRows = false,
+                          bool blnLastRow = false, bool blnFirstColumn = false, bool blnLastColumn = false,
+                          bool blnAutoFit = false, OrientationType lngPageOrientation = dwgPortrait);
+  // 1 done; -1 lngRow below 1 or lngCol outside 1 to 256; -2 no array; -3
+  // never (no program to reach); -4 strWorkbook does not exist; 0 an error.
+  int16_t ArrayToExcel(const Variant& varArray, int32_t lngRow, int32_t lngCol, const std::string& strWorkbook = "",
+                       bool blnUseOpenWorkbook = false, const std::string& strSaveToFile = "",
+                       const Variant& varWorksheet = Variant::Missing(), const std::string& strPassword = "",
+                       const std::string& strWriteResPassword = "", bool blnCloseWorkbook = false,
+                       bool blnTranspose = false, bool blnSetColumnWidths = true, bool blnBoldFirstRow = false,
+                       bool blnBoldFirstColumn = false, bool blnFreezeHeaders = false,
+                       const std::string& strSheetName = "", bool blnFormatAsText = true);
+  int16_t Web_ArrayToExcel(
+      const Variant& varArray, const Variant& lngRow, const Variant& lngCol, const Variant& strWorkbook = Variant(""),
+      const Variant& blnUseOpenWorkbook = Variant(false), const Variant& strSaveToFile = Variant(""),
+      const Variant& varWorksheet = Variant::Missing(), const Variant& strPassword = Variant(""),
+      const Variant& strWriteResPassword = Variant(""), const Variant& blnCloseWorkbook = Variant(false),
+      const Variant& blnTranspose = Variant(false), const Variant& blnSetColumnWidths = Variant(true),
+      const Variant& blnBoldFirstRow = Variant(false), const Variant& blnBoldFirstColumn = Variant(false),
+      const Variant& blnFreezeHeaders = Variant(false), const Variant& strSheetName = Variant(""),
+      const Variant& blnFormatAsText = Variant(true));
+  // No spreadsheet window is ever opened, so there is none to close.
+  void CloseExcelHiddenInstances(bool blnCloseBeforeDestroy = false, bool blnPromptBeforeClose = false);
+  void Web_CloseExcelHiddenInstances(const Variant& blnCloseBeforeDestroy = Variant(false),
+                                     const Variant& blnPromptBeforeClose = Variant(false));
+  // The documents and workbooks this object holds open between calls.
+  office::Application& office_application();
+
   // ---- Instance state, for the drawing methods and tests -------------------
   bool drawing_open() const { return drawingOpen_; }
   bool component_missing() const { return componentMissing_; }
@@ -300,6 +357,7 @@ class clsVantrove {
   int32_t FindAndModify(const FindRequest& request);
 
   std::unique_ptr<engine::DrawingComponent> component_;
+  std::shared_ptr<office::Application> office_;  // made on first use
   bool drawingOpen_ = false;
   bool componentMissing_ = false;
 };

@@ -37,20 +37,20 @@ namespace {
   ", Optional strSheetName As " S ", Optional blnFormatAsText As " BT
 
 constexpr MemberDecl kMembers[] = {
-    VANTROVE_NOT_YET(76, CloseExcelHiddenInstances, "", "Optional blnCloseBeforeDestroy As Boolean, Optional blnPromptBeforeClose As Boolean",
+    VANTROVE_MEMBER(76, CloseExcelHiddenInstances, "", "Optional blnCloseBeforeDestroy As Boolean, Optional blnPromptBeforeClose As Boolean",
      "Method to close any open instances of Excel."),
-    VANTROVE_NOT_YET(77, Web_CloseExcelHiddenInstances, "",
+    VANTROVE_MEMBER(77, Web_CloseExcelHiddenInstances, "",
      "Optional blnCloseBeforeDestroy As Variant = False, Optional blnPromptBeforeClose As Variant = False",
      "Web method to close any open instances of Excel."),
-    VANTROVE_NOT_YET(85, TwoDArrayToWord, "Integer", "varArray As Variant, " WORD_PARAMS,
+    VANTROVE_MEMBER(85, TwoDArrayToWord, "Integer", "varArray As Variant, " WORD_PARAMS,
      "Method to copy a two dimensional array to a Word table."),
-    VANTROVE_NOT_YET(86, Web_TwoDArrayToWord, "Integer", "varArray As Variant, " WEB_WORD_PARAMS,
+    VANTROVE_MEMBER(86, Web_TwoDArrayToWord, "Integer", "varArray As Variant, " WEB_WORD_PARAMS,
      "Web method to copy a two dimensional array to a Word table."),
-    VANTROVE_NOT_YET(93, OneDArrayToWord, "Integer", "varArray As Variant, " WORD_PARAMS,
+    VANTROVE_MEMBER(93, OneDArrayToWord, "Integer", "varArray As Variant, " WORD_PARAMS,
      "Method to create a Word table from a one dimensional array."),
-    VANTROVE_NOT_YET(95, ArrayToExcel, "Integer", EXCEL_PARAMS("Long", "String", "Boolean", "Boolean = True"),
+    VANTROVE_MEMBER(95, ArrayToExcel, "Integer", EXCEL_PARAMS("Long", "String", "Boolean", "Boolean = True"),
      "Method to copy a two dimensional array to an Excel workbook's worksheet."),
-    VANTROVE_NOT_YET(96, Web_ArrayToExcel, "Integer",
+    VANTROVE_MEMBER(96, Web_ArrayToExcel, "Integer",
      "varArray As Variant, lngRow As Variant, lngCol As Variant, Optional strWorkbook As Variant = \"\", "
      "Optional blnUseOpenWorkbook As Variant = False, Optional strSaveToFile As Variant = \"\", "
      "Optional varWorksheet As Variant, Optional strPassword As Variant = \"\", "
