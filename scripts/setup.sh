@@ -11,6 +11,9 @@ packages=(
   libicu-dev libcli11-dev nlohmann-json3-dev libpugixml-dev libzip-dev zlib1g-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev python3-ezdxf
+  # databases: the ODBC driver manager, its drivers, and the test servers
+  unixodbc unixodbc-dev odbcinst libsqliteodbc odbc-postgresql odbc-mariadb tdsodbc sqlite3
+  postgresql mariadb-server mariadb-client
   # clipboard tests on a virtual X server
   xvfb xclip xsel x11-utils
 )

@@ -179,5 +179,7 @@ void RegisterArraysInvokers(InvokerTable& t);
 void RegisterExtractInvokers(InvokerTable& t);
 // Find-and-modify.
 void RegisterFindInvokers(InvokerTable& t);
+// Database transfer and recordsets.
+void RegisterDatabaseInvokers(InvokerTable& t);
 
 }  // namespace vantrove::detail

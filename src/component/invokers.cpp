@@ -13,6 +13,7 @@ InvokerTable Build() {
   RegisterDrawingExportAndEditInvokers(t);
   RegisterExtractInvokers(t);
   RegisterFindInvokers(t);
+  RegisterDatabaseInvokers(t);
   return t;
 }
 }  // namespace
