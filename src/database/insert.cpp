@@ -6,6 +6,7 @@
 // that is no number meant for an integer field is a type mismatch, and the
 // transfer rolls back.
 #include <cmath>
+#include <memory>
 
 #include "transfer.hpp"
 
@@ -106,39 +107,92 @@ void Fill(ColumnBuffer& b, const Variant* cell, size_t stride, size_t n) {
   }
 }
 
-void Bind(Statement& st, SQLUSMALLINT param, ColumnBuffer& b, const ColumnInfo& col) {
+// Binds parameter `param` to the column's values from row `row` on (a
+// parameter array binds them all; a multi-row statement binds one each).
+void Bind(Statement& st, SQLUSMALLINT param, ColumnBuffer& b, const ColumnInfo& col, size_t row = 0) {
   SQLRETURN rc = SQL_SUCCESS;
   const SQLULEN size = col.size ? col.size : 1;
+  SQLLEN* length = b.lengths.data() + row;
   switch (b.kind) {
     case Kind::Integer:
     case Kind::Bit:
-      rc = SQLBindParameter(st.get(), param, SQL_PARAM_INPUT, SQL_C_SBIGINT, col.sqlType, size, 0, b.ints.data(), 0,
-                            b.lengths.data());
+      rc = SQLBindParameter(st.get(), param, SQL_PARAM_INPUT, SQL_C_SBIGINT, col.sqlType, size, 0,
+                            b.ints.data() + row, 0, length);
       break;
     case Kind::Real:
       rc = SQLBindParameter(st.get(), param, SQL_PARAM_INPUT, SQL_C_DOUBLE, col.sqlType, size, col.digits,
-                            b.reals.data(), 0, b.lengths.data());
+                            b.reals.data() + row, 0, length);
       break;
     case Kind::Timestamp:
       rc = SQLBindParameter(st.get(), param, SQL_PARAM_INPUT, SQL_C_TYPE_TIMESTAMP, col.sqlType, size, col.digits,
-                            b.stamps.data(), sizeof(SQL_TIMESTAMP_STRUCT), b.lengths.data());
+                            b.stamps.data() + row, sizeof(SQL_TIMESTAMP_STRUCT), length);
       break;
     case Kind::Text:
       rc = SQLBindParameter(st.get(), param, SQL_PARAM_INPUT, SQL_C_WCHAR, col.sqlType,
-                            std::max<SQLULEN>(b.width - 1, 1), col.digits, b.packed.data(),
-                            static_cast<SQLLEN>(b.width * sizeof(SQLWCHAR)), b.lengths.data());
+                            std::max<SQLULEN>(b.width - 1, 1), col.digits, b.packed.data() + row * b.width,
+                            static_cast<SQLLEN>(b.width * sizeof(SQLWCHAR)), length);
       break;
   }
   st.Check(rc, "A value could not be bound");
 }
 
+// "INSERT INTO t (a, b) VALUES (?, ?), (?, ?), ..." for `rows` rows.
+std::string MultiRowInsert(const std::string& head, size_t columns, size_t rows) {
+  std::string group = "(";
+  for (size_t k = 0; k < columns; ++k) group += k ? ", ?" : "?";
+  group += ")";
+  std::string sql = head + " VALUES ";
+  sql.reserve(sql.size() + rows * (group.size() + 2));
+  for (size_t r = 0; r < rows; ++r) {
+    if (r) sql += ", ";
+    sql += group;
+  }
+  return sql;
+}
+
+// PostgreSQL's driver runs a parameter array one row at a time; one
+// statement carrying many rows saves the round trips.
+void InsertMultiRow(Connection& c, const std::string& head, const std::vector<ColumnInfo>& columns,
+                    const SafeArray& a, std::vector<ColumnBuffer>& buffers) {
+  const size_t rows = static_cast<size_t>(a.bounds()[0].count());
+  const size_t width = static_cast<size_t>(a.bounds()[1].count());
+  const size_t batch = std::max<size_t>(1, std::min(kBatchRows, 30000 / std::max<size_t>(columns.size(), 1)));
+  const Variant* data = a.data().data();
+  std::unique_ptr<Statement> st;
+  size_t prepared = 0;
+  for (size_t first = 0; first < rows; first += batch) {
+    const size_t n = std::min(batch, rows - first);
+    if (!st || prepared != n) {
+      st = std::make_unique<Statement>(c);
+      st->Prepare(MultiRowInsert(head, columns.size(), n));
+      prepared = n;
+    }
+    for (size_t k = 0; k < columns.size(); ++k) Fill(buffers[k], data + first * width + k, width, n);
+    for (size_t r = 0; r < n; ++r) {
+      for (size_t k = 0; k < columns.size(); ++k) {
+        Bind(*st, static_cast<SQLUSMALLINT>(r * columns.size() + k + 1), buffers[k], columns[k], r);
+      }
+    }
+    st->ExecutePrepared();
+  }
+}
+
 }  // namespace
 
-void InsertRows(Statement& st, const std::vector<ColumnInfo>& columns, const SafeArray& a) {
+void InsertRows(Connection& c, const std::string& head, const std::vector<ColumnInfo>& columns, const SafeArray& a,
+                bool multiRow) {
   const size_t rows = static_cast<size_t>(a.bounds()[0].count());
   const size_t width = static_cast<size_t>(a.bounds()[1].count());
   std::vector<ColumnBuffer> buffers(columns.size());
   for (size_t k = 0; k < columns.size(); ++k) buffers[k].kind = KindOf(columns[k].sqlType);
+  if (multiRow) {
+    InsertMultiRow(c, head, columns, a, buffers);
+    return;
+  }
+  std::string marks;
+  for (size_t k = 0; k < columns.size(); ++k) marks += k ? ", ?" : "?";
+  Statement st(c);
+  st.Prepare(head + " VALUES (" + marks + ")");
 
   size_t batch = std::min(kBatchRows, rows);
   if (batch > 1 &&

@@ -123,16 +123,10 @@ WriteStage WriteArrayToTable(const Variant& array, const WriteRequest& request) 
     if (rows > 0 && width > 0) {
       std::vector<ColumnInfo> used(fields.begin(), fields.begin() + width);
       const std::string quote = c.IdentifierQuote();
-      std::string sql = "INSERT INTO " + request.table + " (";
-      std::string marks;
-      for (size_t k = 0; k < used.size(); ++k) {
-        sql += (k ? ", " : "") + Quoted(used[k].name, quote);
-        marks += k ? ", ?" : "?";
-      }
-      sql += ") VALUES (" + marks + ")";
-      Statement ins(c);
-      ins.Prepare(sql);
-      InsertRows(ins, used, a);
+      std::string head = "INSERT INTO " + request.table + " (";
+      for (size_t k = 0; k < used.size(); ++k) head += (k ? ", " : "") + Quoted(used[k].name, quote);
+      head += ")";
+      InsertRows(c, head, used, a, c.DbmsName() == "PostgreSQL");
     }
     const std::string after = Trim(request.queryAfter);
     if (!after.empty() && records + rows >= 1) RunCommand(c, after);

@@ -42,10 +42,12 @@ struct WriteRequest {
 // columns to fields by position, in one transaction.
 WriteStage WriteArrayToTable(const Variant& array, const WriteRequest& request);
 
-// Inserts rows [firstRow, lastRow] of `a` into the prepared statement's
-// parameters (one per column of `columns`), in batches of parameter arrays.
-// Raises on the first row the database refuses.
-void InsertRows(Statement& st, const std::vector<ColumnInfo>& columns, const SafeArray& a);
+// Inserts every row of `a` through "head VALUES (...)", where `head` is
+// "INSERT INTO table (fields)" naming one field per column of `columns`: in
+// batches of parameter arrays, or, with `multiRow`, as statements of many
+// rows each. Raises when the database refuses a row.
+void InsertRows(Connection& c, const std::string& head, const std::vector<ColumnInfo>& columns, const SafeArray& a,
+                bool multiRow);
 
 // A query's whole result: columns and cells row by row.
 struct ResultTable {
