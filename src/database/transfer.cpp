@@ -126,7 +126,12 @@ WriteStage WriteArrayToTable(const Variant& array, const WriteRequest& request) 
       std::string head = "INSERT INTO " + request.table + " (";
       for (size_t k = 0; k < used.size(); ++k) head += (k ? ", " : "") + Quoted(used[k].name, quote);
       head += ")";
-      InsertRows(c, head, used, a, c.DbmsName() == "PostgreSQL");
+      // PostgreSQL's driver runs parameter arrays a row at a time, and the
+      // SQLite driver parses its statement again for every row: both take
+      // many rows per statement instead.
+      const std::string dbms = c.DbmsName();
+      const size_t rowParameters = dbms == "PostgreSQL" ? 4000 : (dbms == "SQLite" ? 30000 : 0);
+      InsertRows(c, head, used, a, rowParameters);
     }
     const std::string after = Trim(request.queryAfter);
     if (!after.empty() && records + rows >= 1) RunCommand(c, after);

@@ -44,10 +44,11 @@ WriteStage WriteArrayToTable(const Variant& array, const WriteRequest& request);
 
 // Inserts every row of `a` through "head VALUES (...)", where `head` is
 // "INSERT INTO table (fields)" naming one field per column of `columns`: in
-// batches of parameter arrays, or, with `multiRow`, as statements of many
-// rows each. Raises when the database refuses a row.
+// batches of parameter arrays, or, when `rowParameters` is not 0, as
+// statements of as many rows as keep their parameters within that number.
+// Raises when the database refuses a row.
 void InsertRows(Connection& c, const std::string& head, const std::vector<ColumnInfo>& columns, const SafeArray& a,
-                bool multiRow);
+                size_t rowParameters);
 
 // A query's whole result: columns and cells row by row.
 struct ResultTable {
