@@ -319,6 +319,7 @@ Variant Statement::Get(int col, SQLSMALLINT sqlType) {
     default: break;
   }
   // Everything else is read as text.
+  if (utf8Text_) return GetUtf8(c);
   if (wide_.size() < 512) wide_.resize(512);
   narrow_.clear();
   size_t have = 0;  // code units gathered in wide_
@@ -338,6 +339,28 @@ Variant Statement::Get(int col, SQLSMALLINT sqlType) {
     wide_.resize(std::max(total, wide_.size() + 1));
   }
   return Variant(FromWide(wide_.data(), have));
+}
+
+Variant Statement::GetUtf8(SQLUSMALLINT c) {
+  narrow_.resize(std::max<size_t>(narrow_.size(), 1024));
+  size_t have = 0;
+  SQLLEN ind = 0;
+  for (;;) {
+    const SQLRETURN rc =
+        SQLGetData(stmt_, c, SQL_C_CHAR, narrow_.data() + have, static_cast<SQLLEN>(narrow_.size() - have), &ind);
+    if (rc == SQL_NO_DATA) break;
+    Check(rc, "A value could not be read");
+    if (ind == SQL_NULL_DATA) return Variant::Null();
+    const size_t room = narrow_.size() - have - 1;  // the driver ends each piece with a NUL
+    if (rc == SQL_SUCCESS) {
+      have += (ind == SQL_NO_TOTAL) ? room : std::min(room, static_cast<size_t>(ind));
+      break;
+    }
+    have += room;
+    const size_t total = (ind == SQL_NO_TOTAL) ? narrow_.size() * 2 : have + static_cast<size_t>(ind) + 1;
+    narrow_.resize(std::max(total, narrow_.size() + 1));
+  }
+  return Variant(std::string_view(narrow_.data(), have));
 }
 
 int32_t FieldTypeOf(SQLSMALLINT sqlType) {

@@ -124,8 +124,13 @@ class Statement {
   Variant Get(int col, SQLSMALLINT sqlType);
   // Raises OdbcError for a failing return code of a call on this statement.
   void Check(SQLRETURN rc, const char* what);
+  // Reads text as UTF-8 bytes (SQL_C_CHAR) instead of UTF-16: for drivers
+  // whose narrow text is UTF-8 whatever the locale (SQLite's, MariaDB's).
+  void ReadTextAsUtf8(bool on) { utf8Text_ = on; }
 
  private:
+  Variant GetUtf8(SQLUSMALLINT col);
+  bool utf8Text_ = false;
   SQLHSTMT stmt_ = SQL_NULL_HSTMT;
   std::vector<SQLWCHAR> wide_;  // buffer for text values
   std::string narrow_;

@@ -38,6 +38,7 @@ void Open(Recordset& rs, const std::string& source, const std::string& connectio
   std::unique_ptr<Session> s = OpenSession(DsnOrConnectionString(connection, "", ""));
   if (!s) Raise(kOdbcErrorNumber, LastDatabaseDiagnostic());
   Statement st(s->conn);
+  st.ReadTextAsUtf8(Utf8Driver(s->conn));
   const std::string sql = IsTableName(source) ? "SELECT * FROM " + source : source;
   if (!st.Execute(sql)) Raise(aderr::kObjectClosed, "The statement returned no records: " + sql);
   const std::vector<ColumnInfo> cols = st.Columns();

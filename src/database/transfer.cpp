@@ -148,6 +148,11 @@ WriteStage WriteArrayToTable(const Variant& array, const WriteRequest& request) 
   return WriteStage::Runtime;
 }
 
+bool Utf8Driver(Connection& c) {
+  const std::string dbms = c.DbmsName();
+  return dbms == "SQLite" || dbms == "MariaDB" || dbms == "MySQL";
+}
+
 ReadStage ReadQuery(const std::string& connection, const std::string& sql, ResultTable& out) {
   SetDiagnostic("");
   out = ResultTable{};
@@ -156,6 +161,7 @@ ReadStage ReadQuery(const std::string& connection, const std::string& sql, Resul
   std::unique_ptr<Statement> st;
   try {
     st = std::make_unique<Statement>(s->conn);
+    st->ReadTextAsUtf8(Utf8Driver(s->conn));
     if (!st->Execute(sql)) {
       SetDiagnostic("The statement returned no records: " + sql);
       return ReadStage::Runtime;

@@ -57,6 +57,10 @@ struct ResultTable {
   size_t rows = 0;
 };
 
+// True for drivers whose narrow text is UTF-8 (reading it so skips a
+// conversion to UTF-16 and back).
+bool Utf8Driver(Connection& c);
+
 enum class ReadStage { Done, Connect, OpenQuery, Runtime };
 
 // Runs `sql` and reads its whole result into `out`.

@@ -17,7 +17,8 @@ struct Result {
 };
 
 Result Tool(const std::string& args) {
-  const std::string cmd = std::string("'") + VANTROVE_CLI + "' " + args + " 2>&1 </dev/null";
+  const std::string redirect = args.find(" < ") == std::string::npos ? " </dev/null" : "";
+  const std::string cmd = std::string("'") + VANTROVE_CLI + "' " + args + " 2>&1" + redirect;
   Result r;
   FILE* p = popen(cmd.c_str(), "r");
   std::array<char, 4096> buf{};
@@ -46,6 +47,22 @@ TEST(DatabaseJobs, ExtractIntoATableThenQueryItBack) {
   r = Tool("sql " + conn + " \"SELECT COUNT(*) AS n FROM titles\" -o '" + (dir / "out.html") + "'");
   ASSERT_EQ(r.status, 0) << r.out;
   EXPECT_NE(ReadText(dir.path() / "out.html").find("<TD>6</TD>"), std::string::npos);
+}
+
+// What an ADO user does, through the rpc protocol: create a recordset, open
+// it on a query, and copy it into an array.
+TEST(DatabaseJobs, RecordsetThroughRpc) {
+  TempDir dir;
+  const std::string db = SqliteDatabase(dir, "r.db", {"CREATE TABLE t(a INTEGER, b TEXT)", "INSERT INTO t VALUES (1, 'x')"});
+  WriteText(dir.path() / "in.jsonl",
+            "{\"id\":1,\"method\":\"$create\",\"params\":[\"ADODB.Recordset\"]}\n"
+            "{\"id\":2,\"method\":\"$call\",\"params\":[{\"object\":1},\"Open\",\"SELECT * FROM t\",\"" +
+                SqliteConnection(db) + "\"]}\n"
+            "{\"id\":3,\"method\":\"RecordsetToArray\",\"params\":[{\"object\":1},[],true]}\n");
+  const Result r = Tool("rpc < '" + (dir / "in.jsonl") + "'");
+  EXPECT_NE(r.out.find("\"object\":1},[[\"a\",\"b\"],[1,\"x\"]],true],\"result\":1"),
+            std::string::npos)
+      << r.out;
 }
 
 TEST(DatabaseJobs, FailuresSayWhy) {

@@ -39,6 +39,7 @@ TEST_F(SqliteTransfer, WritesColumnsToFieldsByPositionAndReadsThemBack) {
   EXPECT_EQ(a.UBound(2), 3);
   EXPECT_EQ(CStr(a.at(0, 0)), "id");
   EXPECT_EQ(CStr(a.at(0, 3)), "made");
+  EXPECT_EQ(CStr(a.at(1, 1)), "Grüße ✓ 日本");
   EXPECT_EQ(a.at(1, 0).type(), VarType::Long);
   EXPECT_EQ(a.at(1, 2).type(), VarType::Double);
   EXPECT_EQ(a.at(1, 3).type(), VarType::Date);
