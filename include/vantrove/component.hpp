@@ -290,7 +290,8 @@ class clsVantrove {
   // ---- Database transfer ------------------------------------------------------
   // Arrays and text files into tables, query results into arrays and text
   // files, recordsets to and from arrays, data source lists. Result codes in
-  // src/database/*_methods.cpp; LastDatabaseDiagnostic() says why a call failed.
+  // src/database/*_methods.cpp and src/recordset/transfer_methods.cpp;
+  // LastDatabaseDiagnostic() says why a call failed.
   int16_t TwoDArrayToAccessTable(const Variant& varArray, const std::string& strAccessMDB,
                                  const std::string& strAccessTable, const std::string& strPassword = "",
                                  const std::string& strQueryBeforeInsert = "", const std::string& strQueryAfterInsert = "",

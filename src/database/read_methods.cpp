@@ -9,9 +9,9 @@
 // records: the whole result is read before it is made.
 #include <sql.h>
 
-#include "../output/cells.hpp"
 #include "transfer.hpp"
 #include "vantrove/component.hpp"
+#include "vantrove/output.hpp"
 
 namespace vantrove {
 
@@ -22,6 +22,8 @@ using database::ResultTable;
 
 std::string S(const Variant& v) { return v.IsMissing() || v.IsEmpty() ? std::string() : CStr(v); }
 bool B(const Variant& v) { return v.IsMissing() || v.IsEmpty() ? false : CBool(v); }
+// A field's text in a line: Null gives "".
+std::string FieldText(const Variant& v) { return v.IsNull() ? std::string() : CStr(v); }
 
 // Fills `out` with the result, row 0 holding the field names when asked.
 void ToArray(ResultTable& t, bool headings, Variant& out) {
@@ -106,7 +108,7 @@ int16_t clsVantrove::DatabaseTableToTextFile(const std::string& strDSNorConnStri
       file.Write(line.GetString() + "\r\n");
     }
     for (size_t r = 0; r < t.rows; ++r) {
-      Line(line, cols, strDelimiter, blnQuotes, [&](size_t i) { return detail::JoinedText(t.cells[r * cols + i]); });
+      Line(line, cols, strDelimiter, blnQuotes, [&](size_t i) { return FieldText(t.cells[r * cols + i]); });
       file.Write(line.GetString() + "\r\n");
     }
     file.Commit();

@@ -9,9 +9,8 @@
 // run-time error. TwoDArrayToRecordset: the number of rows added, -1 not an
 // array, -2 a run-time error (rows already added stay).
 // CreateRecordsetFromArray: the new recordset, or Nothing.
-#include "../output/cells.hpp"
-#include "transfer.hpp"
 #include "vantrove/component.hpp"
+#include "vantrove/output.hpp"
 #include "vantrove/recordset.hpp"
 
 namespace vantrove {
@@ -57,6 +56,9 @@ ObjectRef AsObject(const Variant& v) {
   if (v.IsObject()) return v.object();
   Raise(err::kObjectRequired, "A recordset object is needed, not a " + v.TypeName());
 }
+
+// A field's text in a line: Null gives "".
+std::string FieldText(const Variant& v) { return v.IsNull() ? std::string() : CStr(v); }
 
 bool B(const Variant& v) { return v.IsMissing() || v.IsEmpty() ? false : CBool(v); }
 std::string S(const Variant& v) { return v.IsMissing() || v.IsEmpty() ? std::string() : CStr(v); }
@@ -116,7 +118,7 @@ int16_t clsVantrove::RecordsetToTextFile(const ObjectRef& objRecd, const std::st
     if (blnIncludeHeadings) write([&](int32_t i) { return r.Name(i); });
     r.MoveFirst();
     while (!r.AtEnd()) {
-      write([&](int32_t i) { return detail::JoinedText(r.Value(i)); });
+      write([&](int32_t i) { return FieldText(r.Value(i)); });
       r.MoveNext();
     }
     file.Commit();
