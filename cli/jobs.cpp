@@ -13,6 +13,7 @@
 #include <memory>
 #include <set>
 
+#include "db_jobs.hpp"
 #include "table.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/engine/component.hpp"
@@ -345,6 +346,7 @@ struct ExtractOptions {
   std::string chapter = "attributes";
   std::string block, layout, layer, space = "both", tags, filter, drawingColumn = "auto", format, output = "-";
   bool noHeadings = false, recursive = false;
+  std::string db, dbTable;  // write into this database table instead
 };
 
 DrawingFieldType DrawingColumn(const std::string& choice, size_t drawings) {
@@ -423,6 +425,10 @@ int RunExtract(const ExtractOptions& o) {
     return std::string();
   });
   if (status == 2) return status;
+  if (!o.db.empty()) {
+    const int stored = WriteTableToDatabase(table, o.db, o.dbTable, false);
+    return stored ? stored : status;
+  }
   clsVantrove writer;
   const int written = WriteTable(writer, table, o.format, o.output, !o.noHeadings,
                                  "Vantrove: " + o.chapter + (o.block.empty() ? "" : " of " + o.block));
@@ -478,6 +484,7 @@ bool CheckSave(const std::string& job, const SaveOptions& s) {
 
 std::function<int()> AddJobs(CLI::App& app) {
   auto chosen = std::make_shared<std::function<int()>>();
+  AddDatabaseJobs(app, chosen);
 
   // extract ------------------------------------------------------------------------------------
   auto ex = std::make_shared<ExtractOptions>();
@@ -503,12 +510,15 @@ std::function<int()> AddJobs(CLI::App& app) {
       ->check(CLI::IsMember({"csv", "html", "txt", "xlsx", "docx"}));
   extract->add_option("--output,-o", ex->output, "Output file (default: standard output)");
   extract->add_flag("--recursive,-r", ex->recursive, "Look for drawings in sub-folders too");
+  extract->add_option("--db", ex->db, "Write into a database instead: a data source name or an ODBC connection string");
+  extract->add_option("--table", ex->dbTable, "The database table (created with text columns when missing)");
   extract->footer(
       "Examples:\n"
       "  vantrove extract plan.dwg --block TITLE -o titles.csv\n"
       "  vantrove extract drawings/ -r --block BOM --tags ITEM,QTY,PART -o bom.html\n"
       "  vantrove extract plan.dwg --block TITLE -o titles.xlsx   (or titles.docx)\n"
-      "  vantrove extract plan.dxf --chapter layers -f txt");
+      "  vantrove extract plan.dxf --chapter layers -f txt\n"
+      "  vantrove extract drawings/ --block TITLE --db \"Driver=SQLite3;Database=titles.db;\" --table titles");
   extract->callback([chosen, ex] { *chosen = [ex] { return RunExtract(*ex); }; });
 
   // describe -----------------------------------------------------------------------------------

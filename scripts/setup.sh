@@ -14,6 +14,9 @@ packages=(
   # Word and Excel files: encryption, independent readers, rendering, benchmark peer
   libssl-dev python3-openpyxl python3-docx python3-msoffcrypto-tool poppler-utils libxlsxwriter-dev
   libreoffice-calc-nogui libreoffice-writer-nogui fonts-dejavu-core fonts-liberation2
+  # databases: the ODBC driver manager, its drivers, and the test servers
+  unixodbc unixodbc-dev odbcinst libsqliteodbc odbc-postgresql odbc-mariadb tdsodbc sqlite3
+  postgresql mariadb-server mariadb-client
   # clipboard tests on a virtual X server
   xvfb xclip xsel x11-utils
 )

@@ -46,6 +46,9 @@ MessageSink& CurrentMessageSink();
 
 inline constexpr int kExclamationStyle = 48;
 
+// Why the last database method of this thread failed ("" after success).
+std::string LastDatabaseDiagnostic();
+
 // Hooks that decide how construction finds and creates the drawing
 // component. Hosts leave them alone; tests use them to make the component
 // file missing or its creation fail.
@@ -340,6 +343,96 @@ class clsVantrove {
                                      const Variant& blnPromptBeforeClose = Variant(false));
   // The documents and workbooks this object holds open between calls.
   office::Application& office_application();
+
+  // ---- Database transfer ------------------------------------------------------
+  // Arrays and text files into tables, query results into arrays and text
+  // files, recordsets to and from arrays, data source lists. Result codes in
+  // src/database/*_methods.cpp and src/recordset/transfer_methods.cpp;
+  // LastDatabaseDiagnostic() says why a call failed.
+  int16_t TwoDArrayToAccessTable(const Variant& varArray, const std::string& strAccessMDB,
+                                 const std::string& strAccessTable, const std::string& strPassword = "",
+                                 const std::string& strQueryBeforeInsert = "", const std::string& strQueryAfterInsert = "",
+                                 bool blnExclusivelyOpenMDB = false);
+  int16_t Web_TwoDArrayToAccessTable(const Variant& varArray, const Variant& strAccessMDB, const Variant& strAccessTable,
+                                     const Variant& strPassword, const Variant& strQueryBeforeInsert,
+                                     const Variant& strQueryAfterInsert, const Variant& blnExclusivelyOpenMDB);
+  int16_t TwoDArrayToVisualFoxproTable(const Variant& varArray, const std::string& strVisualFoxproDB,
+                                       const std::string& strTable, const std::string& strQueryBeforeInsert = "",
+                                       const std::string& strQueryAfterInsert = "");
+  int16_t Web_TwoDArrayToVisualFoxproTable(const Variant& varArray, const Variant& strVisualFoxproDB,
+                                           const Variant& strTable, const Variant& strQueryBeforeInsert,
+                                           const Variant& strQueryAfterInsert);
+  int16_t TwoDArrayToSQLServerTable(const Variant& varArray, const std::string& strServer,
+                                    const std::string& strDatabase, const std::string& strTable,
+                                    bool blnTrustedConnection = false, const std::string& strUserID = "",
+                                    const std::string& strPassword = "", const std::string& strQueryBeforeInsert = "",
+                                    const std::string& strQueryAfterInsert = "");
+  int16_t Web_TwoDArrayToSQLServerTable(const Variant& varArray, const Variant& strServer, const Variant& strDatabase,
+                                        const Variant& strTable, const Variant& blnTrustedConnection,
+                                        const Variant& strUserID, const Variant& strPassword,
+                                        const Variant& strQueryBeforeInsert, const Variant& strQueryAfterInsert);
+  int16_t TwoDArrayToSybaseTable(const Variant& varArray, const std::string& strServer, const std::string& strDatabase,
+                                 const std::string& strTable, const std::string& strUserID = "",
+                                 const std::string& strPassword = "", const std::string& strQueryBeforeInsert = "",
+                                 const std::string& strQueryAfterInsert = "");
+  int16_t Web_TwoDArrayToSybaseTable(const Variant& varArray, const Variant& strServer, const Variant& strDatabase,
+                                     const Variant& strTable, const Variant& strUserID, const Variant& strPassword,
+                                     const Variant& strQueryBeforeInsert, const Variant& strQueryAfterInsert);
+  int16_t TwoDArrayToMySQLTable(const Variant& varArray, const std::string& strMySQLDB, const std::string& strTable,
+                                const std::string& strUserID = "", const std::string& strPassword = "",
+                                const std::string& strQueryBeforeInsert = "",
+                                const std::string& strQueryAfterInsert = "");
+  int16_t Web_TwoDArrayToMySQLTable(const Variant& varArray, const Variant& strMySQLDB, const Variant& strTable,
+                                    const Variant& strUserID, const Variant& strPassword,
+                                    const Variant& strQueryBeforeInsert, const Variant& strQueryAfterInsert);
+  int16_t TwoDArrayToOracleTable(const Variant& varArray, OracleProviderType lngProvider, const std::string& strOracleDB,
+                                 const std::string& strTable, bool blnTrustedConnection = false,
+                                 const std::string& strUserID = "", const std::string& strPassword = "",
+                                 const std::string& strQueryBeforeInsert = "",
+                                 const std::string& strQueryAfterInsert = "");
+  int16_t Web_TwoDArrayToOracleTable(const Variant& varArray, Variant lngProvider, const Variant& strOracleDB,
+                                     const Variant& strTable, const Variant& blnTrustedConnection,
+                                     const Variant& strUserID, const Variant& strPassword,
+                                     const Variant& strQueryBeforeInsert, const Variant& strQueryAfterInsert);
+  int16_t TwoDArrayToDatabaseTable(const Variant& varArray, const std::string& strDSNorConnString,
+                                   const std::string& strTable, const std::string& strUserID = "",
+                                   const std::string& strPassword = "", bool blnOverwrite = false);
+  int16_t Web_TwoDArrayToDatabaseTable(const Variant& varArray, const Variant& strDSNorConnString,
+                                       const Variant& strTable, const Variant& strUserID, const Variant& strPassword,
+                                       const Variant& blnOverwrite);
+  int16_t TextFileToDatabaseTable(const std::string& strTextFile, const std::string& strDSNorConnString,
+                                  const std::string& strTable, const std::string& strUserID = "",
+                                  const std::string& strPassword = "", bool blnOverwrite = false,
+                                  std::string strDelimiter = "", bool blnRemoveQuotes = false);
+  int16_t Web_TextFileToDatabaseTable(const std::string& strTextFile, const std::string& strDSNorConnString,
+                                      const std::string& strTable, const std::string& strUserID = "",
+                                      const std::string& strPassword = "", bool blnOverwrite = false,
+                                      std::string strDelimiter = "", bool blnRemoveQuotes = false);
+  int16_t DatabaseTableToArray(const std::string& strDSNorConnString, const std::string& strSQL, Variant& varArray,
+                               const std::string& strUserID = "", const std::string& strPassword = "",
+                               bool blnIncludeHeadings = false);
+  int16_t Web_DatabaseTableToArray(const Variant& strDSNorConnString, const Variant& strSQL, Variant& varArray,
+                                   const Variant& strUserID, const Variant& strPassword,
+                                   const Variant& blnIncludeHeadings);
+  int16_t DatabaseTableToTextFile(const std::string& strDSNorConnString, const std::string& strSQL,
+                                  const std::string& strTextFile, const std::string& strUserID = "",
+                                  const std::string& strPassword = "", bool blnIncludeHeadings = false,
+                                  std::string strDelimiter = "", bool blnQuotes = false);
+  int16_t Web_DatabaseTableToTextFile(const Variant& strDSNorConnString, const Variant& strSQL,
+                                      const Variant& strTextFile, const Variant& strUserID, const Variant& strPassword,
+                                      const Variant& blnIncludeHeadings, Variant strDelimiter,
+                                      const Variant& blnQuotes);
+  Variant SystemDSNsToOneDArray();
+  Variant AllDSNsToOneDArray();
+  int16_t RecordsetToArray(const ObjectRef& objRecd, Variant& varArray, bool blnIncludeHeadings = false);
+  int16_t Web_RecordsetToArray(const Variant& objRecd, Variant& varArray, const Variant& blnIncludeHeadings);
+  int16_t RecordsetToTextFile(const ObjectRef& objRecd, const std::string& strTextFile, bool blnIncludeHeadings = false,
+                              std::string strDelimiter = "", bool blnQuotes = false);
+  int16_t Web_RecordsetToTextFile(const Variant& objRecd, const Variant& strTextFile, const Variant& blnIncludeHeadings,
+                                  Variant strDelimiter, const Variant& blnQuotes);
+  int32_t TwoDArrayToRecordset(const Variant& varArray, const ObjectRef& objRecd);
+  int32_t Web_TwoDArrayToRecordset(const Variant& varArray, const Variant& objRecd);
+  ObjectRef CreateRecordsetFromArray(const Variant& varArray, const std::string& strFilter = "");
 
   // ---- Instance state, for the drawing methods and tests -------------------
   bool drawing_open() const { return drawingOpen_; }

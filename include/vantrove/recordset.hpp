@@ -80,6 +80,19 @@ inline constexpr int32_t kStateOpen = 1;
 const std::vector<std::string>& XmlProviderConnectionStrings();
 bool IsXmlProviderConnectionString(std::string_view text);
 
+class Recordset;
+
+// Database recordsets: the database area installs these when it is built
+// in. `check` raises 3706 for a connection string no driver can serve;
+// `open` fills a closed recordset with the rows of `source` (a statement or
+// a table name) read through `connection` (a connection string or a data
+// source name).
+struct DatabaseSource {
+  void (*check)(const std::string& connection) = nullptr;
+  void (*open)(Recordset& rs, const std::string& source, const std::string& connection) = nullptr;
+};
+void SetDatabaseSource(DatabaseSource source);
+
 // The name of the column that holds a row's own text.
 inline constexpr std::string_view kTextFieldName = "$Text";
 
@@ -115,13 +128,15 @@ class Recordset : public Object {
   void DeleteField(const Variant& indexOrName);
 
   // ---- Opening and closing -----------------------------------------------
-  // The connection: one of the XML provider strings, or Empty for none.
-  // Anything else raises 3706.
+  // The connection: one of the XML provider strings, a database connection
+  // string or data source name (when the database area is built in), or
+  // Empty for none. Anything else raises 3706.
   void SetActiveConnection(const Variant& connection);
   const Variant& ActiveConnection() const { return connection_; }
   // Without a source: opens the appended fields as an empty, updatable
-  // in-memory recordset. With a source: the path of an XML file, read by the
-  // XML table reader (the connection must be an XML provider string).
+  // in-memory recordset. With a source and an XML provider string: the path
+  // of an XML file, read by the XML table reader. With a source and a
+  // database connection: a statement or table name, read whole through ODBC.
   void Open(const Variant& source = Variant::Missing(), const Variant& connection = Variant::Missing());
   // Reads an XML file regardless of the connection; with `keepFields`, each
   // row keeps only those fields (see ReadXmlRecordset).

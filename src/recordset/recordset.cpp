@@ -150,6 +150,15 @@ const Registrar registrar;
 
 }  // namespace
 
+namespace {
+DatabaseSource& InstalledDatabaseSource() {
+  static DatabaseSource source;
+  return source;
+}
+}  // namespace
+
+void SetDatabaseSource(DatabaseSource source) { InstalledDatabaseSource() = source; }
+
 const std::vector<std::string>& XmlProviderConnectionStrings() {
   static const std::vector<std::string> strings = {
       "Provider=MSDAOSP; Data Source=MSXML2.DSOControl;",
@@ -248,7 +257,10 @@ void Recordset::SetActiveConnection(const Variant& connection) {
   if (!connection.IsString()) {
     Raise(aderr::kInvalidArgument, "The connection must be given as a connection string, not a " + connection.TypeName());
   }
-  if (!IsXmlProviderConnectionString(connection.str())) {
+  const DatabaseSource& db = InstalledDatabaseSource();
+  if (!IsXmlProviderConnectionString(connection.str()) && db.check) {
+    db.check(connection.str());
+  } else if (!IsXmlProviderConnectionString(connection.str())) {
     Raise(aderr::kProviderNotFound,
           "Provider cannot be found. It may not be properly installed. (connection string \"" + connection.str() +
               "\"; this recordset reaches XML files through \"" + XmlProviderConnectionStrings().front() + "\")");
@@ -280,6 +292,11 @@ void Recordset::Open(const Variant& source, const Variant& connection) {
     Raise(aderr::kInvalidConnection,
           "The connection cannot be used to perform this operation. It is either closed or invalid in this context. "
           "(set ActiveConnection to an XML provider connection string before opening " + source.str() + ")");
+  }
+  const DatabaseSource& db = InstalledDatabaseSource();
+  if (!IsXmlProviderConnectionString(connection_.str()) && db.open) {
+    db.open(*this, source.str(), connection_.str());
+    return;
   }
   OpenXmlFile(source.str());
 }

@@ -10,6 +10,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "vantrove/component.hpp"
+
 namespace {
 
 using nlohmann::json;
@@ -187,8 +189,16 @@ TEST(Cli, RpcRefusesHostileRequestsAndGoesOn) {
 }
 
 TEST(Cli, NotYetAvailableMethodsAnswer445) {
-  const Outcome r = Vantrove("rpc", "{\"method\":\"CreateRecordsetFromArray\",\"params\":[[[\"a\"]]]}\n");
-  EXPECT_EQ(Lines(r.out).at(0)["error"]["number"], 445);
+  std::string name;
+  for (const vantrove::MethodInfo& m : vantrove::InterfaceMethods()) {
+    if (!vantrove::clsVantrove::IsImplemented(m.position)) {
+      name = m.name;
+      break;
+    }
+  }
+  if (name.empty()) GTEST_SKIP() << "every member is implemented";
+  const Outcome r = Vantrove("rpc", "{\"method\":\"" + name + "\",\"params\":[]}\n");
+  EXPECT_EQ(Lines(r.out).at(0)["error"]["number"], 445) << name;
 }
 
 }  // namespace

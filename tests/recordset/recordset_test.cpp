@@ -102,14 +102,14 @@ TEST(Recordset, OpenCloseAndFields) {
   EXPECT_EQ(rs->FieldDefinedSize(0), 5);
 }
 
-TEST(Recordset, AcceptsOnlyTheXmlProviderConnections) {
+TEST(Recordset, AcceptsTheXmlProviderAndDatabaseConnections) {
   RecordsetRef rs = Recordset::Create();
   for (const std::string& c : XmlProviderConnectionStrings()) {
     EXPECT_EQ(ErrorOf([&] { rs->SetActiveConnection(Variant(c)); }), 0) << c;
   }
   EXPECT_EQ(XmlProviderConnectionStrings().size(), 5u);
   for (const char* bad : {"Provider=MSDAOSP; Data Source=MSXML2.DSOControl.6.0;",
-                          "provider=msdaosp; data source=msxml2.dsocontrol;", "DSN=Parts",
+                          "provider=msdaosp; data source=msxml2.dsocontrol;",
                           "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=x.mdb"}) {
     try {
       rs->SetActiveConnection(Variant(bad));
@@ -119,6 +119,9 @@ TEST(Recordset, AcceptsOnlyTheXmlProviderConnections) {
       EXPECT_NE(e.description().find(bad), std::string::npos);
     }
   }
+  // Database connections (a data source name, an ODBC string) reach ODBC.
+  EXPECT_EQ(ErrorOf([&] { rs->SetActiveConnection(Variant("DSN=Parts")); }), 0);
+  EXPECT_EQ(ErrorOf([&] { rs->SetActiveConnection(Variant("Driver=SQLite3;Database=parts.db;")); }), 0);
   RecordsetRef fresh = Recordset::Create();
   EXPECT_EQ(ErrorOf([&] { fresh->Open(Variant("/nowhere/file.xml")); }), aderr::kInvalidConnection);
   EXPECT_EQ(ErrorOf([&] { fresh->Open(Variant("/nowhere/file.xml"), Variant(XmlProviderConnectionStrings()[2])); }),
@@ -162,7 +165,8 @@ TEST(Recordset, MembersByName) {
   CallMethod(rs, "Close");
   EXPECT_EQ(CLng(GetProperty(rs, "State")), kStateClosed);
   EXPECT_EQ(ErrorOf([&] { CallMethod(rs, "Frobnicate"); }), err::kNoSuchMember);
-  EXPECT_EQ(ErrorOf([&] { SetProperty(rs, "ActiveConnection", Variant("DSN=x")); }), aderr::kProviderNotFound);
+  EXPECT_EQ(ErrorOf([&] { SetProperty(rs, "ActiveConnection", Variant("Provider=NoSuchProvider;")); }),
+            aderr::kProviderNotFound);
 }
 
 }  // namespace
