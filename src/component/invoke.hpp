@@ -179,5 +179,7 @@ void RegisterArraysInvokers(InvokerTable& t);
 void RegisterExtractInvokers(InvokerTable& t);
 // Find-and-modify.
 void RegisterFindInvokers(InvokerTable& t);
+// Control adapters.
+void RegisterControlsInvokers(InvokerTable& t);
 
 }  // namespace vantrove::detail

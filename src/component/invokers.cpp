@@ -13,6 +13,7 @@ InvokerTable Build() {
   RegisterDrawingExportAndEditInvokers(t);
   RegisterExtractInvokers(t);
   RegisterFindInvokers(t);
+  RegisterControlsInvokers(t);
   return t;
 }
 }  // namespace
