@@ -13,6 +13,9 @@ packages=(
   qt6-base-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev python3-ezdxf
+  # Word and Excel files: encryption, independent readers, rendering, benchmark peer
+  libssl-dev python3-openpyxl python3-docx python3-msoffcrypto-tool poppler-utils libxlsxwriter-dev
+  libreoffice-calc-nogui libreoffice-writer-nogui fonts-dejavu-core fonts-liberation2
   # clipboard tests on a virtual X server
   xvfb xclip xsel x11-utils
 )
