@@ -62,6 +62,10 @@ class TreeAdapter : public TreeView {
     }
     return out;
   }
+  int32_t NodeParent(int32_t i) override {
+    QTreeWidgetItem* parent = Node(i)->parent();
+    return parent ? parent->data(0, kNodeRole).toInt() : 0;
+  }
   bool NodeSelected(int32_t i) override { return Node(i)->isSelected(); }
   void SetNodeSelected(int32_t i, bool s) override {
     QTreeWidgetItem* n = Node(i);

@@ -140,6 +140,10 @@ class NodeObject : public ElementObject<TreeView> {
     if (Is(member, "Text") || member.empty()) return Variant(control_->NodeText(index_));
     if (Is(member, "Index")) return Variant(index_);
     if (Is(member, "FullPath")) return Variant(control_->NodeFullPath(index_));
+    if (Is(member, "Parent")) {
+      const int32_t parent = control_->NodeParent(index_);
+      return Variant(parent == 0 ? ObjectRef() : ObjectRef(std::make_shared<NodeObject>(control_, parent)));
+    }
     if (Is(member, "EnsureVisible")) {
       control_->EnsureNodeVisible(index_);
       return Variant(true);

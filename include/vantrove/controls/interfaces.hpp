@@ -103,7 +103,7 @@ class ListView : public Object {
 // Node relationships of Nodes.Add.
 enum class NodeRelationship : int32_t { First = 0, Last = 1, Next = 2, Previous = 3, Child = 4 };
 
-// TreeView: PathSeparator, Nodes (Count, Add, item: Text, FullPath,
+// TreeView: PathSeparator, Nodes (Count, Add, item: Text, FullPath, Parent,
 // Selected, Expanded, EnsureVisible). Nodes are numbered in the order they
 // were added.
 class TreeView : public Object {
@@ -117,6 +117,9 @@ class TreeView : public Object {
   virtual int32_t AddNode(int32_t relative, NodeRelationship relationship, const std::string& text) = 0;
   virtual std::string NodeText(int32_t node) = 0;
   virtual std::string NodeFullPath(int32_t node) = 0;
+  // Node(i).Parent.Index; 0 for a top-level node. The tree's own shape, for
+  // writers that lay it out (TreeViewToExcel).
+  virtual int32_t NodeParent(int32_t node) = 0;
   virtual bool NodeSelected(int32_t node) = 0;
   virtual void SetNodeSelected(int32_t node, bool selected) = 0;
   virtual bool NodeExpanded(int32_t node) = 0;

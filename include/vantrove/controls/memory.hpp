@@ -153,8 +153,7 @@ class MemoryTreeView : public TreeView {
   bool NodeExpanded(int32_t i) override { return At(i).expanded; }
   void SetNodeExpanded(int32_t i, bool e) override { At(i).expanded = e; }
   void EnsureNodeVisible(int32_t i) override;
-  // The parent's index, 0 for a top-level node.
-  int32_t Parent(int32_t i) { return At(i).parent; }
+  int32_t NodeParent(int32_t i) override { return At(i).parent; }
 
  private:
   struct Node {
