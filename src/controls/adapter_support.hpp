@@ -5,12 +5,19 @@
 #include <string>
 #include <vector>
 
-#include "../output/cells.hpp"
+#include "../component/boundary.hpp"
 #include "vantrove/controls.hpp"
 
 namespace vantrove::adapters::support {
 
-using detail::Trapped;
+// Runs an adapter's body; a run-time error in it gives the result 0.
+template <class F>
+int16_t Trapped(F&& body) noexcept {
+  return detail::Trapped(int16_t{0}, std::forward<F>(body));
+}
+
+// A cell's text: the ordinary conversion, Null as "".
+inline std::string CellText(const Variant& v) { return v.IsNull() ? std::string() : CStr(v); }
 
 // The control behind `obj` when it is of kind T, else nullptr.
 template <class T>
@@ -23,7 +30,7 @@ T* As(const ObjectRef& obj) {
 inline std::vector<std::string> CellTexts(const SafeArray& a) {
   std::vector<std::string> out;
   out.reserve(a.size());
-  for (const Variant& v : a.data()) out.push_back(detail::JoinedText(v));
+  for (const Variant& v : a.data()) out.push_back(CellText(v));
   return out;
 }
 

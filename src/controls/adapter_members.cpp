@@ -1,6 +1,7 @@
-// clsVantrove's control adapters and their late binding.
-#include "../component/invoke.hpp"
+// clsVantrove's control adapters (declared in members.cpp); the work is in
+// the adapters of list_adapters.cpp, grid_adapters.cpp and tree_adapters.cpp.
 #include "adapters.hpp"
+#include "vantrove/component.hpp"
 
 namespace vantrove {
 
@@ -54,28 +55,5 @@ int16_t clsVantrove::TwoDArrayToDictionary(const Variant& varArray, const Object
 int16_t clsVantrove::TwoDArrayToCollection(const Variant& varArray, const ObjectRef& cl) {
   return adapters::TwoDArrayToCollection(varArray, cl);
 }
-
-namespace detail {
-
-void RegisterControlsInvokers(InvokerTable& t) {
-  Register<&clsVantrove::DictionaryToArray>(t, "DictionaryToArray");
-  Register<&clsVantrove::DirListBoxToOneDArray>(t, "DirListBoxToOneDArray");
-  Register<&clsVantrove::DriveListBoxToOneDArray>(t, "DriveListBoxToOneDArray");
-  Register<&clsVantrove::DataGridToArray>(t, "DataGridToArray");
-  Register<&clsVantrove::TwoDArrayToListView>(t, "TwoDArrayToListView");
-  Register<&clsVantrove::TwoDArrayToTreeView>(t, "TwoDArrayToTreeView");
-  Register<&clsVantrove::FlexGridToArray>(t, "FlexGridToArray");
-  Register<&clsVantrove::TwoDArrayToFlexGrid>(t, "TwoDArrayToFlexGrid");
-  Register<&clsVantrove::FileListBoxToOneDArray>(t, "FileListBoxToOneDArray");
-  Register<&clsVantrove::XMLFileToTreeView>(t, "XMLFileToTreeView");
-  Register<&clsVantrove::ComboBoxToOneDArray>(t, "ComboBoxToOneDArray");
-  Register<&clsVantrove::ListViewToArray>(t, "ListViewToArray");
-  Register<&clsVantrove::ListBoxToOneDArray>(t, "ListBoxToOneDArray");
-  Register<&clsVantrove::TreeViewToTwoDArray>(t, "TreeViewToTwoDArray");
-  Register<&clsVantrove::TwoDArrayToDictionary>(t, "TwoDArrayToDictionary");
-  Register<&clsVantrove::TwoDArrayToCollection>(t, "TwoDArrayToCollection");
-}
-
-}  // namespace detail
 
 }  // namespace vantrove
