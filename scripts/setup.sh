@@ -9,6 +9,8 @@ packages=(
   cmake g++ ninja-build pkg-config clang libclang-rt-14-dev
   # libraries
   libicu-dev libcli11-dev nlohmann-json3-dev libsimdjson-dev libpugixml-dev libzip-dev zlib1g-dev
+  # the Qt 6 control adapters and the drawing browser example
+  qt6-base-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev python3-ezdxf
   # Word and Excel files: encryption, independent readers, rendering, benchmark peer

@@ -268,6 +268,29 @@ class clsVantrove {
   int16_t MultiLineTextToOneDArray(const std::string& strText, Variant& varArray, const std::string& strDelimiter = "");
   int16_t TextBoxToOneDArray(const ObjectRef& tb, Variant& varArray);
 
+  // ---- Control adapters ------------------------------------------------------
+  // Arrays to and from list views, tree views, grids, list boxes,
+  // dictionaries and collections; result codes in src/controls/adapters.hpp.
+  int16_t DictionaryToArray(const ObjectRef& dt, Variant& varArray, bool blnIncludeKeys = false);
+  int16_t DirListBoxToOneDArray(const ObjectRef& dlb, Variant& varArray);
+  int16_t DriveListBoxToOneDArray(const ObjectRef& dlb, Variant& varArray);
+  int16_t DataGridToArray(const ObjectRef& dg, Variant& varArray, bool blnIncludeHeadings = false);
+  int16_t TwoDArrayToListView(const Variant& varArray, const ObjectRef& lv,
+                              const Variant& varSelectItems = Variant::Missing());
+  int16_t TwoDArrayToTreeView(const Variant& varArray, const ObjectRef& tv, bool blnExpandAll = false);
+  int16_t FlexGridToArray(const ObjectRef& fg, Variant& varArray, int32_t lngStartRow = 0, int16_t lngStartCol = 0,
+                          int32_t lngEndRow = 0, int16_t lngEndCol = 0);
+  int16_t TwoDArrayToFlexGrid(const Variant& varArray, const ObjectRef& fg);
+  int16_t FileListBoxToOneDArray(const ObjectRef& flb, Variant& varArray, bool blnSelectedOnly = false);
+  int16_t XMLFileToTreeView(const std::string& strXMLFile, const ObjectRef& tv, bool blnExpandAll = false);
+  int16_t ComboBoxToOneDArray(const ObjectRef& cb, Variant& varArray);
+  int16_t ListViewToArray(const ObjectRef& lv, Variant& varArray, bool blnSelectedOnly = false,
+                          bool blnIncludeHeadings = false);
+  int16_t ListBoxToOneDArray(const ObjectRef& lb, Variant& varArray, bool blnSelectedOnly = false);
+  int16_t TreeViewToTwoDArray(const ObjectRef& tv, Variant& varArray, bool blnSuppressRows = false);
+  int16_t TwoDArrayToDictionary(const Variant& varArray, const ObjectRef& dt);
+  int16_t TwoDArrayToCollection(const Variant& varArray, const ObjectRef& cl);
+
   // ---- Extraction: XML description, flattening, arrays and recordsets ------
   void FixXML(Variant& strFile);
   int16_t FlattenXMLfile(const std::string& strSourceXMLFile, const std::string& strTargetXMLFile,

@@ -1,5 +1,6 @@
 #pragma once
-// Control interfaces and the small container classes the control adapters
+// Control interfaces (see controls/interfaces.hpp), the in-memory controls
+// (controls/memory.hpp) and the small container classes the control adapters
 // use. Each is an Object, so late-bound callers reach its members by name;
 // the in-memory ones are creatable by class name ("TextBox", "Dictionary",
 // "Collection"). Toolkit adapters implement the same interfaces.
@@ -9,6 +10,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "vantrove/controls/file_system.hpp"
+#include "vantrove/controls/interfaces.hpp"
+#include "vantrove/controls/memory.hpp"
 #include "vantrove/runtime.hpp"
 
 namespace vantrove {
@@ -93,6 +97,8 @@ class Collection : public Object {
   const Variant& Item(const Variant& indexOrKey) const;
   int32_t Count() const { return static_cast<int32_t>(items_.size()); }
   void Remove(const Variant& indexOrKey);
+  // True when an item has this key (compared without case).
+  bool HasKey(std::string_view key) const;
 
  private:
   size_t Position(const Variant& indexOrKey) const;  // 0-based

@@ -1,19 +1,14 @@
 // TextBox's late-bound members, Dictionary and Collection, and their
 // registration as creatable classes.
-#include <cstring>
-
-#include "../runtime/text_compare.hpp"
+#include "member_names.hpp"
 #include "vantrove/controls.hpp"
 
 namespace vantrove {
 
 namespace {
 
-bool Is(std::string_view member, std::string_view name) { return detail::EqualAsciiNoCase(member, name); }
-
-void Expect(const std::vector<Variant>& args, size_t n) {
-  if (args.size() != n) Raise(err::kWrongArgumentCount);
-}
+using detail::Expect;
+using detail::Is;
 
 bool IsReading(CallKind kind) { return kind != CallKind::PropertyPut; }
 
@@ -229,6 +224,14 @@ void Collection::Add(const Variant& item, const Variant& key, const Variant& bef
 }
 
 const Variant& Collection::Item(const Variant& indexOrKey) const { return items_[Position(indexOrKey)].item; }
+
+bool Collection::HasKey(std::string_view key) const {
+  const std::string folded = FoldCase(key);
+  for (const Entry& e : items_) {
+    if (e.keyed && e.key == folded) return true;
+  }
+  return false;
+}
 
 void Collection::Remove(const Variant& indexOrKey) {
   items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(Position(indexOrKey)));
