@@ -205,13 +205,23 @@ py::object ArrayTo(const SafeArray& a) {
 
 }  // namespace
 
+py::object EmptyObject() {
+  static py::object* empty = new py::object(py::cast(EmptyMarker{}));
+  return *empty;
+}
+
+py::object MissingObject() {
+  static py::object* missing = new py::object(py::cast(MissingMarker{}));
+  return *missing;
+}
+
 void SetObjectWrapper(py::object wrapper) { Wrapper() = std::move(wrapper); }
 
 Variant ToVariant(py::handle value) { return FromNested(value, 0); }
 
 py::object ToPython(const Variant& v) {
   switch (v.type()) {
-    case VarType::Empty: return py::cast(EmptyMarker{});
+    case VarType::Empty: return EmptyObject();
     case VarType::Null: return py::none();
     case VarType::Integer: return py::int_(*v.get_if<int16_t>());
     case VarType::Long: return py::int_(*v.get_if<int32_t>());
@@ -223,7 +233,7 @@ py::object ToPython(const Variant& v) {
     case VarType::Currency: return CurrencyTo(*v.get_if<Currency>());
     case VarType::Date: return DateTo(*v.get_if<Date>());
     case VarType::Error:
-      if (v.IsMissing()) return py::cast(MissingMarker{});
+      if (v.IsMissing()) return MissingObject();
       return py::int_(v.get_if<ErrorValue>()->scode);
     case VarType::Object: {
       const ObjectRef& obj = v.object();

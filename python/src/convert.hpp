@@ -24,6 +24,9 @@ namespace py = pybind11;
 // The markers Empty and Missing, one instance each.
 struct EmptyMarker {};
 struct MissingMarker {};
+// The one instance of each (what `is vantrove.Empty` compares with).
+py::object EmptyObject();
+py::object MissingObject();
 
 // A library object as the extension holds it; Python code wraps it in the
 // classes of vantrove._objects.

@@ -13,6 +13,7 @@
 #include "convert.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/dispatch.hpp"
+#include "vantrove/enums.hpp"
 
 namespace vantrove::python {
 
@@ -129,8 +130,8 @@ PYBIND11_MODULE(_vantrove, m) {
       .def("__bool__", [](const MissingMarker&) { return false; })
       .def("__eq__", [](const MissingMarker&, py::handle other) { return py::isinstance<MissingMarker>(other); })
       .def("__hash__", [](const MissingMarker&) { return 1; });
-  m.attr("Empty") = py::cast(EmptyMarker{});
-  m.attr("Missing") = py::cast(MissingMarker{});
+  m.attr("Empty") = EmptyObject();
+  m.attr("Missing") = MissingObject();
 
   py::class_<Handle>(m, "Handle", "A library object, reached by member name.")
       .def_static("create", [](const std::string& name) { return Handle{CreateObject(name)}; })
@@ -147,6 +148,18 @@ PYBIND11_MODULE(_vantrove, m) {
       .def("call", &CallAt, py::arg("position"), py::arg("args"));
 
   m.def("interface", &Interface, "The methods of clsVantrove in interface order.");
+  m.def(
+      "enumerations",
+      [] {
+        py::list out;
+        for (const EnumInfo& e : Enumerations()) {
+          py::list constants;
+          for (const EnumConstant& c : e.constants) constants.append(py::make_tuple(std::string(c.name), c.value));
+          out.append(py::make_tuple(std::string(e.name), constants));
+        }
+        return out;
+      },
+      "The public enumerations: (name, [(constant, value), ...]).");
   m.def("creatable_classes", &CreatableClassNames, "Names of the library objects that can be created.");
   m.def("set_object_wrapper", &SetObjectWrapper, "Sets the function that wraps library objects.");
   m.def("to_variant_and_back", [](py::handle v) { return ToPython(ToVariant(v)); },

@@ -25,10 +25,21 @@ from ._binding import Ref, build_class
 from ._errors import ArgumentError, Error, MemberError, NotAvailableError
 from ._objects import Collection, Dictionary, Field, Fields, Object, Recordset, TextBox, wrap as _wrap
 
+import enum as _enum
+
 Empty = _core.Empty
 Missing = _core.Missing
 
 _core.set_object_wrapper(_wrap)
+
+# The public enumerations, as IntEnum classes (vantrove.ChapterType) and as
+# plain constants (vantrove.dwgBlocksAndAttributes), as scripts write them.
+_ENUMERATIONS = []
+for _name, _constants in _core.enumerations():
+    globals()[_name] = _enum.IntEnum(_name, _constants, module=__name__)
+    _ENUMERATIONS.append(_name)
+    for _constant, _value in _constants:
+        globals().setdefault(_constant, getattr(globals()[_name], _constant))
 
 
 class Vantrove:
@@ -95,4 +106,4 @@ def __getattr__(name):
 
 __all__ = ["Vantrove", "Ref", "Empty", "Missing", "Error", "MemberError", "ArgumentError", "NotAvailableError",
            "Object", "Recordset", "Fields", "Field", "Dictionary", "Collection", "TextBox", "interface", "methods",
-           "version"]
+           "version"] + _ENUMERATIONS

@@ -93,6 +93,7 @@ def _write_back(target, value):
 
 def _make_method(method):
     position = method["position"]
+    returns = bool(method["result"])
 
     def call(self, *args, **kwargs):
         values = _bind(method, args, kwargs)
@@ -100,7 +101,7 @@ def _make_method(method):
         result, changed = self._component.call(position, passed)
         for index, value in changed:
             _write_back(values[index], value)
-        return result
+        return result if returns else None
 
     call.__name__ = call.__qualname__ = method["name"]
     call.__doc__ = _docstring(method)
