@@ -7,6 +7,7 @@
 #include <pybind11/stl.h>
 
 #include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -30,8 +31,11 @@ void SetPythonError(int32_t number, const std::string& description) {
   }
 }
 
+// One clsVantrove object. Calls run without the interpreter lock, so that
+// other Python threads go on; the object itself takes one call at a time.
 struct Component {
   clsVantrove object;
+  std::mutex busy;
 };
 
 const MethodInfo& MethodAt(int position) {
@@ -55,6 +59,7 @@ py::tuple CallAt(Component& self, int position, const py::sequence& args) {
   InvokeResult r;
   {
     py::gil_scoped_release unlocked;
+    std::lock_guard<std::mutex> one_at_a_time(self.busy);
     r = self.object.Invoke(m.dispid, values);
   }
   if (!r.ok) throw RuntimeError(r.error, r.description);

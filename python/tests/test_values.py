@@ -210,3 +210,15 @@ def test_array_into_a_collection(v):
 def test_recordset_returned(v):
     rs = v.CreateRecordsetFromArray([["Tag", "Value"], ["A", "1"]])
     assert isinstance(rs, vantrove.Recordset)
+
+
+def test_one_object_shared_by_threads(v):
+    from concurrent.futures import ThreadPoolExecutor
+
+    def sort(n):
+        data = list(range(n, 0, -1))
+        assert v.SortOneDArray(data) == 1
+        return data == sorted(data)
+
+    with ThreadPoolExecutor(4) as pool:
+        assert all(pool.map(sort, [2000] * 16))
