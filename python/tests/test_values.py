@@ -222,3 +222,19 @@ def test_one_object_shared_by_threads(v):
 
     with ThreadPoolExecutor(4) as pool:
         assert all(pool.map(sort, [2000] * 16))
+
+
+def test_recordset_passed_in_is_filled_and_read_back(v, tmp_path):
+    path = tmp_path / "rows.xml"
+    path.write_text('<?xml version="1.0"?>\n<Rows><Row><Tag>DWGNO</Tag><Value>A-101</Value></Row>'
+                    "<Row><Tag>REV</Tag><Value>C</Value></Row></Rows>\n", encoding="utf-8")
+    rs = vantrove.Recordset()
+    assert v.XMLFileToRecordset(str(path), rs) == 2
+    assert rs.RecordCount == 2 and [f.Name for f in rs.Fields][:2] == ["Tag", "Value"]
+    assert [(r["Tag"], r["Value"]) for r in rs] == [("DWGNO", "A-101"), ("REV", "C")]
+    rs.Filter = "Tag = 'REV'"
+    assert rs.RecordCount == 1 and rs.Fields("Value").Value == "C" and rs.Fields["Tag"].Value == "REV"
+    field = rs.Fields[0]
+    assert isinstance(field, vantrove.Field) and field.Name == "Tag"
+    with pytest.raises(vantrove.MemberError):
+        rs.NoSuchMember()
