@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "../output/cells.hpp"
+#include "../component/boundary.hpp"
 #include "vantrove/component.hpp"
 
 namespace vantrove {
@@ -316,7 +316,7 @@ class RowSorter {
 
 int16_t SortRows(Variant& arrArray, std::span<Variant> keys, const Variant* skipFirstRow, bool skipFirst) {
   if (!arrArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     if (skipFirstRow) skipFirst = CBool(*skipFirstRow);
     SafeArray& a = arrArray.array();
     std::vector<SortKey> sortKeys;
@@ -340,7 +340,7 @@ int16_t SortRows(Variant& arrArray, std::span<Variant> keys, const Variant* skip
 
 int16_t clsVantrove::SortOneDArray(Variant& varArray, SortOrderType lngSortOrder) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     if (lngSortOrder < 0 || lngSortOrder >= 2) lngSortOrder = dwgAscending;
     SafeArray& a = varArray.array();
     const int64_t lo = a.LBound(1), hi = a.UBound(1);

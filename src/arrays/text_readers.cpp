@@ -16,9 +16,10 @@
 #include <limits>
 #include <vector>
 
-#include "../output/cells.hpp"
+#include "../component/boundary.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/controls.hpp"
+#include "vantrove/output.hpp"
 
 namespace vantrove {
 
@@ -96,7 +97,7 @@ int16_t ReadDelimitedFile(const std::string& path, Variant& varArray, std::strin
   }
   if (delimiter.empty()) delimiter.push_back(',');
   if (!varArray.IsArray()) return -2;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const std::string_view text = WithoutByteOrderMark(input.bytes());
     const CharDelimiter d(delimiter);
     // First pass: the number of lines and the most delimiters on one line.
@@ -160,7 +161,7 @@ int16_t clsVantrove::TextFileToOneDArray(std::string& strTextFile, Variant& varA
     return 0;
   }
   if (!varArray.IsArray()) return -2;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     std::vector<std::string_view> lines;
     ForEachLine(WithoutByteOrderMark(input.bytes()), [&](std::string_view line) { lines.push_back(line); });
     if (lines.empty()) return 1;
@@ -192,7 +193,7 @@ int16_t clsVantrove::MultiLineTextToOneDArray(const std::string& strText, Varian
                                               const std::string& strDelimiter) {
   const std::string delimiter = strDelimiter.empty() ? std::string(",") : strDelimiter;
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const CharDelimiter d(delimiter);
     std::string text = strText;
     if (Right(text, 1) != delimiter) text += delimiter;
@@ -213,7 +214,7 @@ int16_t clsVantrove::TextBoxToOneDArray(const ObjectRef& tb, Variant& varArray) 
   auto* box = dynamic_cast<TextBox*>(tb.get());
   if (box == nullptr) return -1;
   if (!varArray.IsArray()) return -2;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     std::string text = box->Text();
     if (text.empty() || text.back() != '\n') text += '\n';
     size_t n = 0;

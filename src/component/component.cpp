@@ -10,7 +10,8 @@
 #include <iostream>
 #include <mutex>
 
-#include "invoke.hpp"
+#include "boundary.hpp"
+#include "member.hpp"
 #include "vantrove/engine/component.hpp"
 
 #ifndef VANTROVE_VERSION_MAJOR
@@ -171,11 +172,9 @@ bool ListingFindsSomething(std::string path) {
 }  // namespace
 
 bool clsVantrove::FileExists(Variant& strFile) {
-  try {
+  return detail::Trapped(false, [&]() -> bool {
     return ListingFindsSomething(CStr(strFile));
-  } catch (...) {
-    return false;
-  }
+  });
 }
 
 std::string clsVantrove::Version() {
@@ -236,34 +235,18 @@ clsVantrove::~clsVantrove() {
 
 namespace detail {
 
-void InvokerTable::Set(std::string_view name, Invoker fn, size_t arity) {
-  const MethodInfo* m = FindMethod(name);
-  if (m == nullptr || m->name != name) throw std::logic_error("not an interface member: " + std::string(name));
-  if (m->params.size() != arity) {
-    throw std::logic_error("parameter count of " + std::string(name) + " differs from its declaration");
-  }
-  table_[static_cast<size_t>(m->position)] = fn;
-}
-
-Invoker InvokerTable::Get(int position) const {
-  if (position < 0 || position >= kMethodCount) return nullptr;
-  return table_[static_cast<size_t>(position)];
-}
-
 ObjectRef ObjectArg(const Variant& a) {
   if (a.IsObject()) return a.object();
   if (a.IsEmpty() || a.IsMissing()) return nullptr;
   Raise(err::kTypeMismatch);
 }
 
-void RegisterComponentInvokers(InvokerTable& t) {
-  Register<&clsVantrove::Version>(t, "Version");
-  Register<&clsVantrove::FileExists>(t, "FileExists");
-}
-
 }  // namespace detail
 
-bool clsVantrove::IsImplemented(int position) { return detail::Invokers().Get(position) != nullptr; }
+bool clsVantrove::IsImplemented(int position) {
+  if (position < 0 || position >= kMethodCount) return false;
+  return detail::MembersByPosition()[static_cast<size_t>(position)]->invoke != nullptr;
+}
 
 namespace {
 
@@ -292,7 +275,7 @@ InvokeResult clsVantrove::Invoke(std::string_view name, std::vector<Variant>& ar
     if (m == nullptr) {
       return Failure(err::kNoSuchMember, "Object doesn't support this property or method: " + std::string(name));
     }
-    const detail::Invoker fn = detail::Invokers().Get(m->position);
+    const detail::Invoker fn = detail::MembersByPosition()[static_cast<size_t>(m->position)]->invoke;
     if (fn == nullptr) {
       return Failure(err::kActionNotSupported,
                      "Object doesn't support this action: " + m->name + " is not available in this build");

@@ -3,7 +3,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "interface_table.hpp"
+#include "member.hpp"
 #include "vantrove/enums.hpp"
 #include "vantrove/runtime.hpp"
 
@@ -24,20 +24,6 @@ TypeRef ParseType(std::string_view name) {
   else if (IsEnumerationName(name)) t.kind = TypeKind::Enum;
   else throw std::logic_error("unknown type in the interface table: " + std::string(name));
   return t;
-}
-
-std::string_view Strip(std::string_view s) {
-  while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
-  while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
-  return s;
-}
-
-bool TakeWord(std::string_view& s, std::string_view word) {
-  if (s.substr(0, word.size()) == word && s.size() > word.size() && s[word.size()] == ' ') {
-    s = Strip(s.substr(word.size()));
-    return true;
-  }
-  return false;
 }
 
 // A declared default: a number, a quoted string, True/False or an
@@ -76,58 +62,30 @@ Variant ParseDefault(std::string_view text, const TypeRef& type) {
   }
 }
 
-ParamInfo ParseParam(std::string_view decl) {
+ParamInfo MakeParam(const detail::DeclaredParam& d) {
   ParamInfo p;
-  decl = Strip(decl);
-  if (TakeWord(decl, "Optional")) p.optional = true;
-  if (TakeWord(decl, "ByVal")) p.byRef = false;
-  else TakeWord(decl, "ByRef");
-  if (TakeWord(decl, "ParamArray")) {
-    p.paramArray = true;
-    p.optional = true;
-  }
-  const size_t as = decl.find(" As ");
-  if (as == std::string_view::npos) throw std::logic_error("parameter without type: " + std::string(decl));
-  std::string_view name = decl.substr(0, as);
-  if (name.size() > 2 && name.substr(name.size() - 2) == "()") name.remove_suffix(2);
-  p.name = std::string(name);
-  std::string_view rest = decl.substr(as + 4);
-  const size_t eq = rest.find(" = ");
-  p.type = ParseType(Strip(eq == std::string_view::npos ? rest : rest.substr(0, eq)));
-  if (eq != std::string_view::npos) p.declaredDefault = ParseDefault(Strip(rest.substr(eq + 3)), p.type);
+  p.name = std::string(d.name);
+  p.byRef = d.byRef;
+  p.optional = d.optional;
+  p.paramArray = d.paramArray;
+  p.type = ParseType(d.type);
+  if (!d.defaultText.empty()) p.declaredDefault = ParseDefault(d.defaultText, p.type);
   return p;
-}
-
-std::vector<ParamInfo> ParseParams(std::string_view list) {
-  std::vector<ParamInfo> params;
-  // Commas never occur inside the declared defaults of this table except in
-  // quoted strings, so split outside quotes.
-  bool quoted = false;
-  size_t start = 0;
-  for (size_t i = 0; i <= list.size(); ++i) {
-    if (i < list.size() && list[i] == '"') quoted = !quoted;
-    if (i == list.size() || (list[i] == ',' && !quoted)) {
-      std::string_view item = Strip(list.substr(start, i - start));
-      if (!item.empty()) params.push_back(ParseParam(item));
-      start = i + 1;
-    }
-  }
-  return params;
 }
 
 std::vector<MethodInfo> Build() {
   std::vector<MethodInfo> methods;
-  int position = 0;
-  for (const detail::MethodSource& src : detail::MethodSources()) {
+  for (const detail::MemberDecl* src : detail::MembersByPosition()) {
     MethodInfo m;
-    m.position = position;
-    m.dispid = kFirstDispId + position;
-    m.name = std::string(src.name);
-    m.result = ParseType(src.result);
-    m.params = ParseParams(src.params);
-    m.help = std::string(src.help);
+    m.position = src->position;
+    m.dispid = kFirstDispId + src->position;
+    m.name = std::string(src->name);
+    m.result = ParseType(src->result);
+    for (size_t i = 0, n = detail::DeclaredParamCount(src->params); i < n; ++i) {
+      m.params.push_back(MakeParam(detail::ParseDeclaredParam(detail::DeclaredParamText(src->params, i))));
+    }
+    m.help = std::string(src->help);
     methods.push_back(std::move(m));
-    ++position;
   }
   return methods;
 }

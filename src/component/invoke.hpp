@@ -1,36 +1,18 @@
 #pragma once
 // Internal: adapters that call a typed clsVantrove member with Variant
-// arguments, and the table of them by interface position.
-//
-// Each area registers its members in its own Register...Invokers function,
-// listed in invokers.cpp. A member that no area registered answers run-time
-// error 445 through Invoke.
+// arguments. Members are declared with them in member.hpp.
 
 #include <span>
 #include <string>
 #include <tuple>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "vantrove/component.hpp"
 
 namespace vantrove::detail {
 
 using Invoker = Variant (*)(clsVantrove&, std::span<Variant> args);
-
-class InvokerTable {
- public:
-  // Registers `fn` for the interface member `name`; `arity` is the number of
-  // parameters the C++ member takes (a trailing span counts as one).
-  void Set(std::string_view name, Invoker fn, size_t arity);
-  Invoker Get(int position) const;
-
- private:
-  std::vector<Invoker> table_ = std::vector<Invoker>(static_cast<size_t>(kMethodCount), nullptr);
-};
-
-const InvokerTable& Invokers();
 
 // How each C++ parameter type is made from the Variant argument at `i`, and
 // how a by-reference result goes back.
@@ -161,23 +143,5 @@ struct Adapter<Member> {
     return CallWith<Member, R, P...>(self, args, std::index_sequence_for<P...>{});
   }
 };
-
-template <auto Member>
-void Register(InvokerTable& t, std::string_view name) {
-  t.Set(name, &Adapter<Member>::Call, Adapter<Member>::kArity);
-}
-
-// One per area; each lists its members. Called once, in invokers.cpp.
-void RegisterComponentInvokers(InvokerTable& t);
-// Drawing lifecycle and the XML description (open, close, CreateXML).
-void RegisterDrawingInvokers(InvokerTable& t);
-// Saving, DXF export and edits by handle.
-void RegisterDrawingExportAndEditInvokers(InvokerTable& t);
-void RegisterOutputInvokers(InvokerTable& t);
-void RegisterArraysInvokers(InvokerTable& t);
-// Reading the description: flattening, arrays, recordsets, block attributes.
-void RegisterExtractInvokers(InvokerTable& t);
-// Find-and-modify.
-void RegisterFindInvokers(InvokerTable& t);
 
 }  // namespace vantrove::detail

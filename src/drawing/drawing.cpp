@@ -4,7 +4,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "../component/invoke.hpp"
+#include "../component/boundary.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/engine/component.hpp"
 
@@ -36,29 +36,26 @@ int32_t Number(const Variant& v) { return *v.get_if<int32_t>(); }
 
 std::string clsVantrove::StatusStep() {
   std::string first;
-  try {
+  detail::Trapped([&] {
     if (!component_) Raise(err::kObjectNotSet);
     component_->LastStatus(first);
-  } catch (...) {
-  }
+  });
   if (first == kOkStatus) return "OK";
   // The status is read a second time on this path; its text is the answer.
   std::string second;
-  try {
+  detail::Trapped([&] {
     if (!component_) Raise(err::kObjectNotSet);
     component_->LastStatus(second);
-  } catch (...) {
-  }
+  });
   return second;
 }
 
 template <class Operation>
 std::string clsVantrove::DrawingOperation(Operation&& op) {
-  try {
+  detail::Trapped([&] {
     if (!component_) Raise(err::kObjectNotSet);
     op(*component_);
-  } catch (...) {
-  }
+  });
   return StatusStep();
 }
 
@@ -68,16 +65,14 @@ std::string clsVantrove::OpenWith(const std::string& file, const std::string& pa
   Variant path(file);
   if (!FileExists(path)) return "File not found";
   std::string extension;
-  try {
+  detail::Trapped([&] {
     extension = LCase(Right(file, 4));
-  } catch (...) {
-  }
+  });
   if (extension != ".dwg" && extension != ".dxf") return "Invalid file type - must be DWG or DXF";
   std::string folder;
-  try {
+  detail::Trapped([&] {
     folder = GetSpecialFolderPath(37);
-  } catch (...) {
-  }
+  });
   if (componentMissing_) {
     if (web) return "File " + folder + "\\DTOOLSXDWG2007.DLL not found. Please reinstall Vantrove DLL.";
     CurrentMessageSink().Show("Missing DLL File",
@@ -86,22 +81,20 @@ std::string clsVantrove::OpenWith(const std::string& file, const std::string& pa
     return "";
   }
   int32_t result = 0;
-  try {
+  detail::Trapped([&] {
     if (!component_) Raise(err::kObjectNotSet);
     component_->OpenDrawing(result, file, password);
-  } catch (...) {
-  }
+  });
   if (result > 0) {
     drawingOpen_ = true;
     return "OK";
   }
   drawingOpen_ = false;
   std::string status;
-  try {
+  detail::Trapped([&] {
     if (!component_) Raise(err::kObjectNotSet);
     component_->LastStatus(status);
-  } catch (...) {
-  }
+  });
   return status;
 }
 
@@ -111,23 +104,20 @@ std::string clsVantrove::OpenDrawing(std::string strFile, const std::string& str
 
 std::string clsVantrove::Web_OpenDrawing(Variant strFile, Variant& strPassword) {
   std::string file, password;
-  try {
+  detail::Trapped([&] {
     file = StripAtNull(CStr(strFile));
-  } catch (...) {
-  }
-  try {
+  });
+  detail::Trapped([&] {
     password = CStr(strPassword);
-  } catch (...) {
-  }
+  });
   return OpenWith(file, password, true);
 }
 
 std::string clsVantrove::CloseDrawing() {
-  try {
+  detail::Trapped([&] {
     if (!component_) Raise(err::kObjectNotSet);
     component_->CloseDrawing();
-  } catch (...) {
-  }
+  });
   drawingOpen_ = false;
   return StatusStep();
 }
@@ -153,13 +143,12 @@ std::string clsVantrove::CreateDXF(const std::string& strDXFfile, int16_t intPre
 std::string clsVantrove::Web_CreateDXF(Variant& strDXFfile, Variant intPrecision, Variant& lngVersion) {
   // The range test leaves a Null (and anything that is not a number) alone;
   // the conversion below then fails and the component is not called.
-  try {
+  detail::Trapped([&] {
     if (!intPrecision.IsNull()) {
       const double p = CDbl(intPrecision);
       if (p < 0 || p > 16) intPrecision = Variant(int16_t{0});
     }
-  } catch (...) {
-  }
+  });
   if (!ConvertInPlace({{&strDXFfile, VarType::String}, {&intPrecision, VarType::Long}, {&lngVersion, VarType::Long}})) {
     return StatusStep();
   }
@@ -265,37 +254,5 @@ std::string clsVantrove::Web_SetReferenceFilePath(Variant& strReferenceFilePath,
   }
   return SetReferenceFilePath(Text(strReferenceFilePath), Text(strReferenceName));
 }
-
-namespace detail {
-
-void RegisterDrawingInvokers(InvokerTable& t) {
-  Register<&clsVantrove::OpenDrawing>(t, "OpenDrawing");
-  Register<&clsVantrove::Web_OpenDrawing>(t, "Web_OpenDrawing");
-  Register<&clsVantrove::CloseDrawing>(t, "CloseDrawing");
-  Register<&clsVantrove::Web_CloseDrawing>(t, "Web_CloseDrawing");
-  Register<&clsVantrove::CreateXML>(t, "CreateXML");
-  Register<&clsVantrove::Web_CreateXML>(t, "Web_CreateXML");
-}
-
-void RegisterDrawingExportAndEditInvokers(InvokerTable& t) {
-  Register<&clsVantrove::SaveDrawing>(t, "SaveDrawing");
-  Register<&clsVantrove::Web_SaveDrawing>(t, "Web_SaveDrawing");
-  Register<&clsVantrove::CreateDXF>(t, "CreateDXF");
-  Register<&clsVantrove::Web_CreateDXF>(t, "Web_CreateDXF");
-  Register<&clsVantrove::DeleteObject>(t, "DeleteObject");
-  Register<&clsVantrove::Web_DeleteObject>(t, "Web_DeleteObject");
-  Register<&clsVantrove::UpdateBlockAttribute>(t, "UpdateBlockAttribute");
-  Register<&clsVantrove::Web_UpdateBlockAttribute>(t, "Web_UpdateBlockAttribute");
-  Register<&clsVantrove::UpdateText>(t, "UpdateText");
-  Register<&clsVantrove::Web_UpdateText>(t, "Web_UpdateText");
-  Register<&clsVantrove::SetImagePath>(t, "SetImagePath");
-  Register<&clsVantrove::Web_SetImagePath>(t, "Web_SetImagePath");
-  Register<&clsVantrove::SetLayerState>(t, "SetLayerState");
-  Register<&clsVantrove::Web_SetLayerState>(t, "Web_SetLayerState");
-  Register<&clsVantrove::SetReferenceFilePath>(t, "SetReferenceFilePath");
-  Register<&clsVantrove::Web_SetReferenceFilePath>(t, "Web_SetReferenceFilePath");
-}
-
-}  // namespace detail
 
 }  // namespace vantrove

@@ -12,7 +12,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "../component/invoke.hpp"
+#include "../component/boundary.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/extract.hpp"
 
@@ -214,113 +214,74 @@ int32_t clsVantrove::FindAndReplaceExternalRefPaths(const std::string& strTextTo
 int32_t clsVantrove::Web_FindAndReplaceText(Variant& strTextToFind, Variant& strReplaceText, Variant& lngTextType,
                                             Variant& blnFindWholeWordOnly, Variant& blnReplaceWholeValue,
                                             Variant& blnMatchCase, Variant& strFilter) {
-  try {
+  return detail::Trapped(int32_t{-2}, [&]() -> int32_t {
     return FindAndReplaceText(CStr(strTextToFind), CStr(strReplaceText), static_cast<TextType>(CLng(lngTextType)),
                               CBool(blnFindWholeWordOnly), CBool(blnReplaceWholeValue), CBool(blnMatchCase),
                               CStr(strFilter));
-  } catch (...) {
-    return -2;
-  }
+  });
 }
 
 int32_t clsVantrove::Web_FindAndDeleteAttributeDefObjects(Variant& strTextToFind, Variant& blnFindWholeWordOnly,
                                                           Variant& blnMatchCase, Variant& strFilter) {
-  try {
+  return detail::Trapped(int32_t{-2}, [&]() -> int32_t {
     return FindAndDeleteAttributeDefObjects(CStr(strTextToFind), CBool(blnFindWholeWordOnly), CBool(blnMatchCase),
                                             CStr(strFilter));
-  } catch (...) {
-    return -2;
-  }
+  });
 }
 
 int32_t clsVantrove::Web_FindAndDeleteBlockObjects(Variant& strTextToFind, Variant& blnFindWholeWordOnly,
                                                    Variant& blnMatchCase, Variant& strFilter) {
-  try {
+  return detail::Trapped(int32_t{-2}, [&]() -> int32_t {
     return FindAndDeleteBlockObjects(CStr(strTextToFind), CBool(blnFindWholeWordOnly), CBool(blnMatchCase),
                                      CStr(strFilter));
-  } catch (...) {
-    return -2;
-  }
+  });
 }
 
 int32_t clsVantrove::Web_FindAndDeleteTextObjects(Variant& strTextToFind, Variant& lngTextType,
                                                   Variant& blnFindWholeWordOnly, Variant& blnMatchCase,
                                                   Variant& strFilter) {
-  try {
+  return detail::Trapped(int32_t{-2}, [&]() -> int32_t {
     return FindAndDeleteTextObjects(CStr(strTextToFind), static_cast<TextType>(CLng(lngTextType)),
                                     CBool(blnFindWholeWordOnly), CBool(blnMatchCase), CStr(strFilter));
-  } catch (...) {
-    return -2;
-  }
+  });
 }
 
 int32_t clsVantrove::Web_FindAndReplaceBlockAttributes(Variant& strTextToFind, Variant& strReplaceText,
                                                        Variant& blnFindTagName, Variant& blnFindWholeWordOnly,
                                                        Variant& blnReplaceWholeValue, Variant& blnMatchCase,
                                                        Variant& strFilter) {
-  try {
+  return detail::Trapped(int32_t{-2}, [&]() -> int32_t {
     return FindAndReplaceBlockAttributes(CStr(strTextToFind), CStr(strReplaceText), CBool(blnFindTagName),
                                          CBool(blnFindWholeWordOnly), CBool(blnReplaceWholeValue), CBool(blnMatchCase),
                                          CStr(strFilter));
-  } catch (...) {
-    return -2;
-  }
+  });
 }
 
 int32_t clsVantrove::Web_FindAndDeleteBlockAttributeObjects(Variant& strTextToFind, Variant& blnFindTagName,
                                                             Variant& blnFindWholeWordOnly, Variant& blnMatchCase,
                                                             Variant& strFilter) {
-  try {
+  return detail::Trapped(int32_t{-2}, [&]() -> int32_t {
     return FindAndDeleteBlockAttributeObjects(CStr(strTextToFind), CBool(blnFindTagName), CBool(blnFindWholeWordOnly),
                                               CBool(blnMatchCase), CStr(strFilter));
-  } catch (...) {
-    return -2;
-  }
+  });
 }
 
 int32_t clsVantrove::Web_FindAndReplaceImagePaths(Variant& strTextToFind, Variant& strReplaceText,
                                                   Variant& blnFindWholeWordOnly, Variant& blnReplaceWholeValue,
                                                   Variant& blnMatchCase, Variant& strFilter) {
-  try {
+  return detail::Trapped(int32_t{-2}, [&]() -> int32_t {
     return FindAndReplaceImagePaths(CStr(strTextToFind), CStr(strReplaceText), CBool(blnFindWholeWordOnly),
                                     CBool(blnReplaceWholeValue), CBool(blnMatchCase), CStr(strFilter));
-  } catch (...) {
-    return -2;
-  }
+  });
 }
 
 int32_t clsVantrove::Web_FindAndReplaceExternalRefPaths(Variant& strTextToFind, Variant& strReplaceText,
                                                         Variant& blnFindWholeWordOnly, Variant& blnReplaceWholeValue,
                                                         Variant& blnMatchCase, Variant& strFilter) {
-  try {
+  return detail::Trapped(int32_t{-2}, [&]() -> int32_t {
     return FindAndReplaceExternalRefPaths(CStr(strTextToFind), CStr(strReplaceText), CBool(blnFindWholeWordOnly),
                                           CBool(blnReplaceWholeValue), CBool(blnMatchCase), CStr(strFilter));
-  } catch (...) {
-    return -2;
-  }
+  });
 }
-
-namespace detail {
-
-void RegisterFindInvokers(InvokerTable& t) {
-  Register<&clsVantrove::FindAndReplaceText>(t, "FindAndReplaceText");
-  Register<&clsVantrove::Web_FindAndReplaceText>(t, "Web_FindAndReplaceText");
-  Register<&clsVantrove::FindAndDeleteAttributeDefObjects>(t, "FindAndDeleteAttributeDefObjects");
-  Register<&clsVantrove::Web_FindAndDeleteAttributeDefObjects>(t, "Web_FindAndDeleteAttributeDefObjects");
-  Register<&clsVantrove::FindAndDeleteBlockObjects>(t, "FindAndDeleteBlockObjects");
-  Register<&clsVantrove::Web_FindAndDeleteBlockObjects>(t, "Web_FindAndDeleteBlockObjects");
-  Register<&clsVantrove::FindAndDeleteTextObjects>(t, "FindAndDeleteTextObjects");
-  Register<&clsVantrove::Web_FindAndDeleteTextObjects>(t, "Web_FindAndDeleteTextObjects");
-  Register<&clsVantrove::FindAndReplaceBlockAttributes>(t, "FindAndReplaceBlockAttributes");
-  Register<&clsVantrove::Web_FindAndReplaceBlockAttributes>(t, "Web_FindAndReplaceBlockAttributes");
-  Register<&clsVantrove::FindAndDeleteBlockAttributeObjects>(t, "FindAndDeleteBlockAttributeObjects");
-  Register<&clsVantrove::Web_FindAndDeleteBlockAttributeObjects>(t, "Web_FindAndDeleteBlockAttributeObjects");
-  Register<&clsVantrove::FindAndReplaceImagePaths>(t, "FindAndReplaceImagePaths");
-  Register<&clsVantrove::Web_FindAndReplaceImagePaths>(t, "Web_FindAndReplaceImagePaths");
-  Register<&clsVantrove::FindAndReplaceExternalRefPaths>(t, "FindAndReplaceExternalRefPaths");
-  Register<&clsVantrove::Web_FindAndReplaceExternalRefPaths>(t, "Web_FindAndReplaceExternalRefPaths");
-}
-
-}  // namespace detail
 
 }  // namespace vantrove

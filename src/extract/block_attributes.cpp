@@ -2,7 +2,8 @@
 // table with one row per reference and one column per attribute tag.
 #include <memory>
 
-#include "../recordset/text_compare.hpp"
+#include "../component/boundary.hpp"
+#include "../runtime/text_compare.hpp"
 #include "array_fill.hpp"
 #include "line_io.hpp"
 #include "vantrove/engine/description.hpp"
@@ -201,7 +202,7 @@ int16_t clsVantrove::CreateBlockAttributeArray(Variant& vArr, DrawingSpaceType l
                                                const std::string& strLayout, const std::string& strBlock,
                                                const std::string& strLayer, DrawingFieldType lngDrawingField,
                                                bool blnIncludeHeadings, const Variant& varAttributeTags) {
-  try {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     auto description = std::make_unique<extract::TempFile>(extract::TempXmlFileName());
     CreateXML(description->path(), 1, 0, 0, 0, 0, 0, 0, 0);
     Variant path(description->path());
@@ -216,14 +217,12 @@ int16_t clsVantrove::CreateBlockAttributeArray(Variant& vArr, DrawingSpaceType l
     description.reset();
     const bool drawing = field == 1 || field == 2 || field == 4;
     return extract::detail::ReshapeRecords(vArr, *records.rs, records.perReference, drawing, blnIncludeHeadings);
-  } catch (...) {
-    return 0;
-  }
+  });
 }
 
 int16_t clsVantrove::Web_CreateBlockAttributeArray(Variant& vArr, Variant& strFilter, Variant lngDrawingField,
                                                    Variant& blnIncludeHeadings) {
-  try {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const std::string filter = strFilter.IsMissing() ? std::string() : CStr(strFilter);
     int32_t field = lngDrawingField.IsMissing() ? 0 : CLng(lngDrawingField);
     const bool headings = blnIncludeHeadings.IsMissing() ? true : CBool(blnIncludeHeadings);
@@ -247,9 +246,7 @@ int16_t clsVantrove::Web_CreateBlockAttributeArray(Variant& vArr, Variant& strFi
     description.reset();
     const bool drawing = field == 1 || field == 2 || field == 4;
     return extract::detail::ReshapeAttributePairs(vArr, pairs.array(), columns, perReference, drawing, headings);
-  } catch (...) {
-    return 0;
-  }
+  });
 }
 
 }  // namespace vantrove

@@ -1,6 +1,7 @@
 // FlatXMLfileToArray: a flat file read positionally, line by line, with no
 // XML reader. The file is passed over four times (header, columns, record
 // count, values), each time streaming.
+#include "../component/boundary.hpp"
 #include "line_io.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/extract.hpp"
@@ -127,23 +128,19 @@ int16_t ReadFlatFile(const std::string& file, Variant& varArray, bool headings) 
 }  // namespace
 
 int16_t clsVantrove::FlatXMLfileToArray(const std::string& strXMLFile, Variant& varArray, bool blnIncludeHeadings) {
-  try {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     Variant path(strXMLFile);
     if (!FileExists(path)) return -1;
     return ReadFlatFile(strXMLFile, varArray, blnIncludeHeadings);
-  } catch (...) {
-    return 0;
-  }
+  });
 }
 
 int16_t clsVantrove::Web_FlatXMLfileToArray(Variant& strXMLFile, Variant& varArray, Variant& blnIncludeHeadings) {
-  try {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const std::string file = CStr(strXMLFile);
     const bool headings = blnIncludeHeadings.IsMissing() ? false : CBool(blnIncludeHeadings);
     return FlatXMLfileToArray(file, varArray, headings);
-  } catch (...) {
-    return 0;
-  }
+  });
 }
 
 }  // namespace vantrove

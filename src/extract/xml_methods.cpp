@@ -1,9 +1,10 @@
 // The extraction methods that read descriptions and XML files: FixXML,
 // FlattenXMLfile, XMLfileToArray, XMLFileToRecordset and their twins.
-#include "../component/invoke.hpp"
-#include "../recordset/text_compare.hpp"
+#include "../component/boundary.hpp"
+#include "../runtime/text_compare.hpp"
 #include "array_fill.hpp"
 #include "line_io.hpp"
+#include "vantrove/component.hpp"
 #include "vantrove/extract.hpp"
 
 namespace vantrove {
@@ -156,17 +157,16 @@ using extract::detail::XmlFileToArray;
 // ---- FixXML -----------------------------------------------------------------------------------
 
 void clsVantrove::FixXML(Variant& strFile) {
-  try {
+  detail::Trapped([&] {
     extract::FixXmlFile(CStr(strFile));
-  } catch (...) {
-  }
+  });
 }
 
 // ---- FlattenXMLfile ---------------------------------------------------------------------------
 
 int16_t clsVantrove::FlattenXMLfile(const std::string& strSourceXMLFile, const std::string& strTargetXMLFile,
                                     ChapterType lngChapter, DrawingFieldType lngDrawingField) {
-  try {
+  return detail::Trapped(int16_t{-2}, [&]() -> int16_t {
     Variant source(strSourceXMLFile);
     if (!FileExists(source)) return -1;
     bool ok = true;
@@ -176,22 +176,18 @@ int16_t clsVantrove::FlattenXMLfile(const std::string& strSourceXMLFile, const s
     const int16_t flat = extract::FlattenDescription(strSourceXMLFile, strTargetXMLFile, lngChapter,
                                                      lngDrawingField, false);
     return ok && flat == 1 ? 1 : -2;
-  } catch (...) {
-    return -2;
-  }
+  });
 }
 
 int16_t clsVantrove::Web_FlattenXMLfile(Variant& strSourceXMLFile, Variant& strTargetXMLFile, Variant& lngChapter,
                                         Variant& lngDrawingField) {
-  try {
+  return detail::Trapped(int16_t{-2}, [&]() -> int16_t {
     const std::string source = CStr(strSourceXMLFile);
     const std::string target = CStr(strTargetXMLFile);
     const auto chapter = static_cast<ChapterType>(CLng(lngChapter));
     const auto field = static_cast<DrawingFieldType>(lngDrawingField.IsMissing() ? 0 : CLng(lngDrawingField));
     return FlattenXMLfile(source, target, chapter, field);
-  } catch (...) {
-    return -2;
-  }
+  });
 }
 
 // ---- XMLfileToArray ---------------------------------------------------------------------------
@@ -199,27 +195,23 @@ int16_t clsVantrove::Web_FlattenXMLfile(Variant& strSourceXMLFile, Variant& strT
 int16_t clsVantrove::XMLfileToArray(const std::string& strXMLFile, ChapterType lngChapter, Variant& varArray,
                                     bool blnIncludeHeadings, const std::string& strFilter, const Variant& varFields,
                                     DrawingFieldType lngDrawingField) {
-  try {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     return XmlFileToArray(*this, strXMLFile, lngChapter, varArray, blnIncludeHeadings, strFilter, varFields,
                           lngDrawingField);
-  } catch (...) {
-    return 0;
-  }
+  });
 }
 
 int16_t clsVantrove::Web_XMLfileToArray(Variant& strXMLFile, Variant& lngChapter, Variant& varArray,
                                         Variant& blnIncludeHeadings, Variant& strFilter, Variant& varFields,
                                         Variant lngDrawingField) {
-  try {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const std::string file = CStr(strXMLFile);
     const int32_t chapter = CLng(lngChapter);
     const bool headings = blnIncludeHeadings.IsMissing() ? false : CBool(blnIncludeHeadings);
     const std::string filter = strFilter.IsMissing() ? std::string() : CStr(strFilter);
     const int32_t field = lngDrawingField.IsMissing() ? 0 : CLng(lngDrawingField);
     return XmlFileToArray(*this, file, chapter, varArray, headings, filter, varFields, field);
-  } catch (...) {
-    return 0;
-  }
+  });
 }
 
 // ---- XMLFileToRecordset -----------------------------------------------------------------------
@@ -255,11 +247,9 @@ int32_t XmlFileToCallersRecordset(const std::string& file, const ObjectRef& reco
 }  // namespace
 
 int32_t clsVantrove::XMLFileToRecordset(const std::string& strXMLFile, const ObjectRef& objRecd) {
-  try {
+  return detail::Trapped(int32_t{-1}, [&]() -> int32_t {
     return XmlFileToCallersRecordset(strXMLFile, objRecd);
-  } catch (...) {
-    return -1;
-  }
+  });
 }
 
 int32_t clsVantrove::Web_XMLFileToRecordset(Variant& strXMLFile, Variant& objRecd) {
@@ -272,21 +262,5 @@ int32_t clsVantrove::Web_XMLFileToRecordset(Variant& strXMLFile, Variant& objRec
   const ObjectRef recordset = objRecd.IsObject() ? objRecd.object() : nullptr;
   return XMLFileToRecordset(file, recordset);
 }
-
-namespace detail {
-void RegisterExtractInvokers(InvokerTable& t) {
-  Register<&clsVantrove::FixXML>(t, "FixXML");
-  Register<&clsVantrove::FlattenXMLfile>(t, "FlattenXMLfile");
-  Register<&clsVantrove::Web_FlattenXMLfile>(t, "Web_FlattenXMLfile");
-  Register<&clsVantrove::XMLfileToArray>(t, "XMLfileToArray");
-  Register<&clsVantrove::Web_XMLfileToArray>(t, "Web_XMLfileToArray");
-  Register<&clsVantrove::XMLFileToRecordset>(t, "XMLFileToRecordset");
-  Register<&clsVantrove::Web_XMLFileToRecordset>(t, "Web_XMLFileToRecordset");
-  Register<&clsVantrove::FlatXMLfileToArray>(t, "FlatXMLfileToArray");
-  Register<&clsVantrove::Web_FlatXMLfileToArray>(t, "Web_FlatXMLfileToArray");
-  Register<&clsVantrove::CreateBlockAttributeArray>(t, "CreateBlockAttributeArray");
-  Register<&clsVantrove::Web_CreateBlockAttributeArray>(t, "Web_CreateBlockAttributeArray");
-}
-}  // namespace detail
 
 }  // namespace vantrove

@@ -1,9 +1,7 @@
 #pragma once
-// Internal: element access and the error boundary shared by the array writers
-// and readers.
+// Internal: element access and element text for the array writers.
 
 #include <cstdint>
-#include <exception>
 
 #include "vantrove/output.hpp"
 #include "vantrove/runtime.hpp"
@@ -36,16 +34,6 @@ inline const Variant& Item(const SafeArray& a, int64_t i) {
 inline void AppendText(clsConcat& out, const Variant& v) {
   if (v.IsString()) out.SConcat(v.str());
   else out.SConcat(CStr(v));
-}
-
-// Runs `body` and turns any failure into the writers' error result 0.
-template <class F>
-int16_t Trapped(F&& body) noexcept {
-  try {
-    return body();
-  } catch (...) {
-    return 0;
-  }
 }
 
 // The text a value gives when it is joined to other text: Null gives "".

@@ -2,6 +2,7 @@
 // written exactly as callers that embed it expect; values go in unescaped.
 #include <optional>
 
+#include "../component/boundary.hpp"
 #include "cells.hpp"
 #include "vantrove/component.hpp"
 
@@ -206,7 +207,7 @@ int16_t clsVantrove::TwoDArrayToHTMLTable(const Variant& varArray, std::string& 
                                           int16_t intCellPadding, int16_t intWidthPct, TableAlignType lngTableCellAlign,
                                           bool blnWrapCellData, bool blnBoldFirstRow, bool blnBoldFirstColumn) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     strTable = TwoDTable(varArray.array(),
                          TypedOptions(lngTableAlign, strBackground, strBackgroundColor, intBorder, strBorderColor,
                                       intCellSpacing, intCellPadding, intWidthPct, lngTableCellAlign, blnWrapCellData,
@@ -223,7 +224,7 @@ int16_t clsVantrove::Web_TwoDArrayToHTMLTable(const Variant& varArray, Variant& 
                                               const Variant& blnWrapCellData, const Variant& blnBoldFirstRow,
                                               const Variant& blnBoldFirstColumn) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     strTable = Variant(TwoDTable(varArray.array(),
                                  VariantOptions(lngTableAlign, strBackground, strBackgroundColor, intBorder,
                                                 strBorderColor, intCellSpacing, intCellPadding, intWidthPct,
@@ -239,7 +240,7 @@ int16_t clsVantrove::OneDArrayToHTMLTable(const Variant& varArray, std::string& 
                                           int16_t intCellPadding, int16_t intWidthPct, TableAlignType lngTableCellAlign,
                                           bool blnWrapCellData, bool blnBoldFirstRow) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     strTable = OneDTable(varArray.array(),
                          TypedOptions(lngTableAlign, strBackground, strBackgroundColor, intBorder, strBorderColor,
                                       intCellSpacing, intCellPadding, intWidthPct, lngTableCellAlign, blnWrapCellData,
@@ -259,7 +260,7 @@ int16_t clsVantrove::TwoDArrayToHTMLFile(const Variant& varArray, const std::str
                                          int16_t intCellPadding, int16_t intWidthPct, TableAlignType lngTableCellAlign,
                                          bool blnWrapCellData, bool blnBoldFirstRow, bool blnBoldFirstColumn) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     std::string table;
     if (TwoDArrayToHTMLTable(varArray, table, lngTableAlign, strBackground, strBackgroundColor, intBorder,
                              strBorderColor, intCellSpacing, intCellPadding, intWidthPct, lngTableCellAlign,
@@ -280,7 +281,7 @@ int16_t clsVantrove::Web_TwoDArrayToHTMLFile(
     const Variant& intWidthPct, const Variant& lngTableCellAlign, const Variant& blnWrapCellData,
     const Variant& blnBoldFirstRow, const Variant& blnBoldFirstColumn) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     Variant table;
     if (Web_TwoDArrayToHTMLTable(varArray, table, lngTableAlign, strBackground, strBackgroundColor, intBorder,
                                  strBorderColor, intCellSpacing, intCellPadding, intWidthPct, lngTableCellAlign,
@@ -302,7 +303,7 @@ int16_t clsVantrove::OneDArrayToHTMLFile(const Variant& varArray, const std::str
                                          int16_t intCellPadding, int16_t intWidthPct, TableAlignType lngTableCellAlign,
                                          bool blnWrapCellData, bool blnBoldFirstRow) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     std::string table;
     if (OneDArrayToHTMLTable(varArray, table, lngTableAlign, strBackground, strBackgroundColor, intBorder,
                              strBorderColor, intCellSpacing, intCellPadding, intWidthPct, lngTableCellAlign,

@@ -1,4 +1,5 @@
 // Arrays to delimited text: as a string, on the clipboard, in a text file.
+#include "../component/boundary.hpp"
 #include "cells.hpp"
 #include "vantrove/component.hpp"
 
@@ -95,7 +96,7 @@ std::string SeparatorFrom(Variant& v, std::string_view fallback) {
 int16_t clsVantrove::TwoDArrayToText(const Variant& varArray, std::string& strText, std::string& strDelimiter,
                                      std::string& strEndOfRowChar, bool blnQuotes) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     DefaultWhenBlank(strDelimiter, "\t");
     DefaultWhenBlank(strEndOfRowChar, kCrLf);
     strText = TwoDText(varArray.array(), strDelimiter, strEndOfRowChar, blnQuotes);
@@ -106,7 +107,7 @@ int16_t clsVantrove::TwoDArrayToText(const Variant& varArray, std::string& strTe
 int16_t clsVantrove::Web_TwoDArrayToText(const Variant& varArray, Variant& strText, Variant& strDelimiter,
                                          Variant& strEndOfRowChar, const Variant& blnQuotes) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const std::string delimiter = SeparatorFrom(strDelimiter, "\t");
     const std::string endOfRow = SeparatorFrom(strEndOfRowChar, kCrLf);
     strText = Variant(TwoDText(varArray.array(), delimiter, endOfRow, CBool(blnQuotes)));
@@ -117,7 +118,7 @@ int16_t clsVantrove::Web_TwoDArrayToText(const Variant& varArray, Variant& strTe
 int16_t clsVantrove::TwoDArrayToClipboard(const Variant& varArray, std::string& strDelimiter,
                                           std::string& strEndOfRowChar, bool blnQuotes) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     DefaultWhenBlank(strDelimiter, "\t");
     DefaultWhenBlank(strEndOfRowChar, kCrLf);
     return ToClipboard(TwoDText(varArray.array(), strDelimiter, strEndOfRowChar, blnQuotes));
@@ -127,7 +128,7 @@ int16_t clsVantrove::TwoDArrayToClipboard(const Variant& varArray, std::string& 
 int16_t clsVantrove::Web_TwoDArrayToClipboard(const Variant& varArray, Variant& strDelimiter,
                                               Variant& strEndOfRowChar, const Variant& blnQuotes) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const std::string delimiter = SeparatorFrom(strDelimiter, "\t");
     const std::string endOfRow = SeparatorFrom(strEndOfRowChar, kCrLf);
     return ToClipboard(TwoDText(varArray.array(), delimiter, endOfRow, CBool(blnQuotes)));
@@ -137,7 +138,7 @@ int16_t clsVantrove::Web_TwoDArrayToClipboard(const Variant& varArray, Variant& 
 int16_t clsVantrove::TwoDArrayToTextFile(const Variant& varArray, const std::string& strTextFile,
                                          const std::string& strDelimiter, bool blnQuotes, bool blnAppend) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     // Only an empty delimiter takes the default here; spaces are kept.
     WriteTwoDTextFile(varArray.array(), strTextFile, strDelimiter.empty() ? "," : strDelimiter, blnQuotes, blnAppend);
     return 1;
@@ -147,7 +148,7 @@ int16_t clsVantrove::TwoDArrayToTextFile(const Variant& varArray, const std::str
 int16_t clsVantrove::Web_TwoDArrayToTextFile(const Variant& varArray, const Variant& strTextFile,
                                              const Variant& strDelimiter, const Variant& blnQuotes) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const std::string delimiter = CStr(strDelimiter);
     WriteTwoDTextFile(varArray.array(), CStr(strTextFile), delimiter.empty() ? "," : delimiter, CBool(blnQuotes),
                       false);
@@ -158,7 +159,7 @@ int16_t clsVantrove::Web_TwoDArrayToTextFile(const Variant& varArray, const Vari
 int16_t clsVantrove::OneDArrayToText(const Variant& varArray, std::string& strText, std::string& strEndOfRowChar,
                                      const std::string& strEndOfArrayChar, bool blnQuotes) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     DefaultWhenBlank(strEndOfRowChar, kCrLf);
     strText = OneDText(varArray.array(), strEndOfRowChar, strEndOfArrayChar, blnQuotes);
     return 1;
@@ -168,7 +169,7 @@ int16_t clsVantrove::OneDArrayToText(const Variant& varArray, std::string& strTe
 int16_t clsVantrove::OneDArrayToClipboard(const Variant& varArray, std::string& strEndOfRowChar,
                                           const std::string& strEndOfArrayChar, bool blnQuotes) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     DefaultWhenBlank(strEndOfRowChar, kCrLf);
     return ToClipboard(OneDText(varArray.array(), strEndOfRowChar, strEndOfArrayChar, blnQuotes));
   });
@@ -176,7 +177,7 @@ int16_t clsVantrove::OneDArrayToClipboard(const Variant& varArray, std::string& 
 
 int16_t clsVantrove::OneDArrayToTextFile(const Variant& varArray, const std::string& strTextFile, bool blnQuotes) {
   if (!varArray.IsArray()) return -1;
-  return detail::Trapped([&]() -> int16_t {
+  return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     const SafeArray& a = varArray.array();
     OutputFile file(strTextFile);
     const int64_t hi = a.UBound(1);

@@ -5,7 +5,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "text_compare.hpp"
+#include "../runtime/text_compare.hpp"
 #include "vantrove/recordset.hpp"
 
 namespace vantrove::filter {

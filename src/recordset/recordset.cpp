@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "table.hpp"
-#include "text_compare.hpp"
+#include "../runtime/text_compare.hpp"
 #include "vantrove/recordset/filter.hpp"
 
 namespace vantrove {
