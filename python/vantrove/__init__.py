@@ -20,12 +20,12 @@ return their result codes as they are; late-binding errors raise
 ``vantrove.Error`` (with ``number`` and ``description``).
 """
 
+import enum as _enum
+
 from . import _vantrove as _core
 from ._binding import Ref, build_class
 from ._errors import ArgumentError, Error, MemberError, NotAvailableError
 from ._objects import Collection, Dictionary, Field, Fields, Object, Recordset, TextBox, wrap as _wrap
-
-import enum as _enum
 
 Empty = _core.Empty
 Missing = _core.Missing
@@ -103,6 +103,7 @@ def __getattr__(name):
     if name == "__version__":
         return version()
     raise AttributeError(f"module 'vantrove' has no attribute {name!r}")
+
 
 __all__ = ["Vantrove", "Ref", "Empty", "Missing", "Error", "MemberError", "ArgumentError", "NotAvailableError",
            "Object", "Recordset", "Fields", "Field", "Dictionary", "Collection", "TextBox", "interface", "methods",
