@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs every Debian 12 package the build and the tests need, then builds
-# the Release configuration into build/release. Safe to run again.
+# Installs every Debian 12 package the build and the tests need, builds the
+# Release configuration into build/release and installs it under /usr/local
+# (so that `import vantrove` works in /usr/bin/python3). Safe to run again.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -21,17 +22,25 @@ packages=(
   postgresql mariadb-server mariadb-client
   # clipboard tests on a virtual X server
   xvfb xclip xsel x11-utils
+  # the Python module, its tests, the Dask example; the Debian package
+  pybind11-dev python3-dev python3-numpy python3-pytest python3-dask python3-distributed dpkg-dev
 )
 
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
 done
+SUDO=""; [ "$(id -u)" -eq 0 ] || SUDO="sudo"
 if ((${#missing[@]})); then
-  SUDO=""; [ "$(id -u)" -eq 0 ] || SUDO="sudo"
   export DEBIAN_FRONTEND=noninteractive
   $SUDO apt-get -o DPkg::Lock::Timeout=600 update -q
   $SUDO apt-get -o DPkg::Lock::Timeout=600 install -y -q --no-install-recommends "${missing[@]}"
 fi
 
 scripts/build.sh release
+
+# Install the library, headers, CMake and pkg-config files, the tool with its
+# man page and completion, and the Python module (for /usr/bin/python3) under
+# /usr/local, then refresh the linker cache for /usr/local/lib.
+$SUDO cmake --install build/release --prefix /usr/local >/dev/null
+$SUDO ldconfig
