@@ -288,6 +288,12 @@ class clsVantrove {
                           bool blnIncludeHeadings = false);
   int16_t ListBoxToOneDArray(const ObjectRef& lb, Variant& varArray, bool blnSelectedOnly = false);
   int16_t TreeViewToTwoDArray(const ObjectRef& tv, Variant& varArray, bool blnSuppressRows = false);
+  // The tree as a worksheet: one row per node, each node before its children,
+  // its text in column lngCol + its depth (docs/controls.md).
+  int16_t TreeViewToExcel(const ObjectRef& tv, int32_t lngRow = 1, int32_t lngCol = 1,
+                          const std::string& strWorkbook = "", bool blnUseOpenWorkbook = false,
+                          const std::string& strSaveToFile = "", const Variant& varWorksheet = Variant::Missing(),
+                          bool blnCloseWorkbook = false, const std::string& strSheetName = "");
   int16_t TwoDArrayToDictionary(const Variant& varArray, const ObjectRef& dt);
   int16_t TwoDArrayToCollection(const Variant& varArray, const ObjectRef& cl);
 

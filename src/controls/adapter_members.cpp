@@ -1,6 +1,7 @@
 // clsVantrove's control adapters (declared in members.cpp); the work is in
 // the adapters of list_adapters.cpp, grid_adapters.cpp and tree_adapters.cpp.
 #include "adapters.hpp"
+#include "tree_excel.hpp"
 #include "vantrove/component.hpp"
 
 namespace vantrove {
@@ -54,6 +55,19 @@ int16_t clsVantrove::TwoDArrayToDictionary(const Variant& varArray, const Object
 }
 int16_t clsVantrove::TwoDArrayToCollection(const Variant& varArray, const ObjectRef& cl) {
   return adapters::TwoDArrayToCollection(varArray, cl);
+}
+
+int16_t clsVantrove::TreeViewToExcel(const ObjectRef& tv, int32_t lngRow, int32_t lngCol,
+                                     const std::string& strWorkbook, bool blnUseOpenWorkbook,
+                                     const std::string& strSaveToFile, const Variant& varWorksheet,
+                                     bool blnCloseWorkbook, const std::string& strSheetName) {
+  const office::WorkbookChoice choice{strWorkbook, blnUseOpenWorkbook, strSaveToFile, varWorksheet, "", "",
+                                      blnCloseWorkbook, strSheetName};
+  auto fileExists = [this](const std::string& path) {
+    Variant p(path);
+    return FileExists(p);
+  };
+  return adapters::TreeViewToExcel(office_application(), tv, lngRow, lngCol, choice, fileExists);
 }
 
 }  // namespace vantrove

@@ -44,6 +44,11 @@ constexpr MemberDecl kMembers[] = {
      "Method to copy a two dimensional array to a Dictionary."),
     VANTROVE_MEMBER(116, TwoDArrayToCollection, "Integer", "varArray As Variant, cl As Object",
      "Method to copy a two dimensional array to a Collection."),
+    VANTROVE_MEMBER(101, TreeViewToExcel, "Integer",
+     "tv As Object, Optional lngRow As Long = 1, Optional lngCol As Long = 1, Optional strWorkbook As String, "
+     "Optional blnUseOpenWorkbook As Boolean, Optional strSaveToFile As String, Optional varWorksheet As Variant, "
+     "Optional blnCloseWorkbook As Boolean, Optional strSheetName As String",
+     "Method to copy a TreeView to an Excel workbook's worksheet."),
 };
 
 }  // namespace

@@ -60,11 +60,6 @@ constexpr MemberDecl kMembers[] = {
      "Optional blnFreezeHeaders As Variant = False, Optional strSheetName As Variant = \"\", "
      "Optional blnFormatAsText As Variant = True",
      "Web method to copy a two dimensional array to an Excel workbook's worksheet."),
-    VANTROVE_NOT_YET(101, TreeViewToExcel, "Integer",
-     "tv As Object, Optional lngRow As Long = 1, Optional lngCol As Long = 1, Optional strWorkbook As String, "
-     "Optional blnUseOpenWorkbook As Boolean, Optional strSaveToFile As String, Optional varWorksheet As Variant, "
-     "Optional blnCloseWorkbook As Boolean, Optional strSheetName As String",
-     "Method to copy a TreeView to an Excel workbook's worksheet."),
 };
 
 #undef WORD_PARAMS

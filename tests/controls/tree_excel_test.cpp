@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "../../src/controls/tree_excel.hpp"
+#include "vantrove/component.hpp"
 #include "adapter_test_support.hpp"
 
 namespace vantrove {
@@ -63,6 +64,24 @@ TEST(TreeViewToExcel, BadInput) {
   choice.workbook = (dir.path / "missing.xlsx").string();
   EXPECT_EQ(adapters::TreeViewToExcel(app, tv, 1, 1, choice, exists), -4);
   EXPECT_EQ(app.workbook_count(), 0u);
+}
+
+// Through the class, late-bound as scripts call it: the workbook is saved to
+// the given file and nothing stays open.
+TEST(TreeViewToExcel, ThroughTheClass) {
+  TempFolder dir;
+  auto tv = std::make_shared<MemoryTreeView>();
+  tv->AddNode(tv->AddNode(0, NodeRelationship::Last, "Drawing"), NodeRelationship::Child, "Layers");
+  clsVantrove v;
+  const std::string file = (dir.path / "tree.xlsx").string();
+  std::vector<Variant> args{Variant(ObjectRef(tv)), Variant(int32_t{1}), Variant(int32_t{1}), Variant(""),
+                            Variant(false), Variant(file), Variant::Missing(), Variant(true)};
+  const InvokeResult done = v.Invoke("TreeViewToExcel", args);
+  ASSERT_TRUE(done.ok) << done.description;
+  EXPECT_EQ(CLng(done.value), 1);
+  EXPECT_TRUE(std::filesystem::exists(file));
+  std::vector<Variant> wrong{Variant(ObjectRef(std::make_shared<MemoryListView>()))};
+  EXPECT_EQ(CLng(v.Invoke("TreeViewToExcel", wrong).value), -2);
 }
 
 }  // namespace
