@@ -65,12 +65,16 @@ write_odbc_config() {
   cat > "$dir/odbcinst.ini" <<EOF
 [SQLite3]
 Driver=libsqlite3odbc.so
+DontDLClose=1
 [PostgreSQL Unicode]
 Driver=psqlodbcw.so
+DontDLClose=1
 [MariaDB Unicode]
 Driver=libmaodbc.so
+DontDLClose=1
 [FreeTDS]
 Driver=libtdsodbc.so
+DontDLClose=1
 EOF
   cat > "$dir/odbc.ini" <<EOF
 [VantroveSystemSqlite]
