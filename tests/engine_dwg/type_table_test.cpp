@@ -25,7 +25,7 @@ std::vector<std::string> Lines(const std::vector<Group>& groups) {
 }
 
 TEST(TypeTable, EncodesPartsInOrderWithFallbacksAndVersions) {
-  const types::TypeSpec* text = types::FindType("TEXT");
+  const types::TypeDesc* text = types::FindType("TEXT");
   ASSERT_NE(text, nullptr);
   types::FieldValues v;
   v.Text("layer", "Walls");
@@ -48,7 +48,7 @@ TEST(TypeTable, EncodesPartsInOrderWithFallbacksAndVersions) {
 }
 
 TEST(TypeTable, LongTextSplitsIntoChunksOnCharacterBoundaries) {
-  const types::TypeSpec* mtext = types::FindType("MTEXT");
+  const types::TypeDesc* mtext = types::FindType("MTEXT");
   ASSERT_NE(mtext, nullptr);
   std::string value(249, 'a');
   value += "\xC3\xA4";  // a two-byte character across the 250-byte boundary
@@ -68,12 +68,12 @@ TEST(TypeTable, LongTextSplitsIntoChunksOnCharacterBoundaries) {
 }
 
 TEST(TypeTable, TellsWhichGroupsAVersionHolds) {
-  const types::TypeSpec* layer = types::FindType("LAYER");
+  const types::TypeDesc* layer = types::FindType("LAYER");
   ASSERT_NE(layer, nullptr);
   EXPECT_TRUE(types::HoldsCode(*layer, 62, types::kR12));
   EXPECT_FALSE(types::HoldsCode(*layer, 370, types::kR12));
   EXPECT_TRUE(types::HoldsCode(*layer, 370, types::k2000));
-  const types::TypeSpec* view = types::FindType("VIEW");
+  const types::TypeDesc* view = types::FindType("VIEW");
   ASSERT_NE(view, nullptr);
   EXPECT_TRUE(types::HoldsCode(*view, 31, types::kR12));   // z of the 3D direction
   EXPECT_FALSE(types::HoldsCode(*view, 30, types::kR12));  // the center is 2D

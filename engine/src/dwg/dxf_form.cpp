@@ -28,7 +28,7 @@ class FormBuilder {
   void Run();
 
  private:
-  const types::TypeSpec* SpecOf(const ObjectRecord& rec, const Object& object) const;
+  const types::TypeDesc* DescOf(const ObjectRecord& rec, const Object& object) const;
   void ChooseKnown();
   Handle LayoutRecord(const ObjectRecord& rec) const;
   bool Known(uint64_t handle) const { return known_.count(handle) != 0; }
@@ -49,24 +49,24 @@ class FormBuilder {
   const std::unordered_map<uint64_t, Object*>& made_;
   const std::unordered_map<uint64_t, std::string_view>& names_;
   int rank_;
-  std::unordered_map<uint64_t, const types::TypeSpec*> specs_;
+  std::unordered_map<uint64_t, const types::TypeDesc*> descs_;
   std::unordered_set<uint64_t> known_;
 };
 
-const types::TypeSpec* FormBuilder::SpecOf(const ObjectRecord& rec, const Object& object) const {
+const types::TypeDesc* FormBuilder::DescOf(const ObjectRecord& rec, const Object& object) const {
   if (object.section == Section::kNone) return nullptr;  // in no block, table or section
-  const types::TypeSpec* spec = rec.type < 500 ? types::FindDwgType(rec.type) : nullptr;
-  if (spec == nullptr) spec = types::FindType(object.type_name);
-  if (spec == nullptr) return nullptr;
+  const types::TypeDesc* desc = rec.type < 500 ? types::FindDwgType(rec.type) : nullptr;
+  if (desc == nullptr) desc = types::FindType(object.type_name);
+  if (desc == nullptr) return nullptr;
   const bool bare = rec.type == kTypeEndblk || rec.type == kTypeSeqend || rec.type == kTypeBlock;
   if (!rec.dataOk && !bare) return nullptr;
-  if (spec->dxf_name == "TABLE") {
+  if (desc->dxf_name == "TABLE") {
     for (const Table& table : doc_.tables) {
-      if (table.head == &object) return spec;
+      if (table.head == &object) return desc;
     }
     return nullptr;  // a control object DXF has no table for
   }
-  return spec;
+  return desc;
 }
 
 // The objects that get a DXF form: a known type, and an owner that has one
@@ -78,8 +78,8 @@ void FormBuilder::ChooseKnown() {
     if (object == nullptr) continue;
     // A layout shows a block: one without is no layout to a DXF reader.
     if (object->kind() == ObjectKind::kLayout && LayoutRecord(rec) == kNoHandle) continue;
-    if (const types::TypeSpec* spec = SpecOf(rec, *object)) {
-      specs_[rec.handle] = spec;
+    if (const types::TypeDesc* desc = DescOf(rec, *object)) {
+      descs_[rec.handle] = desc;
       known_.insert(rec.handle);
     }
   }
@@ -264,7 +264,7 @@ void FormBuilder::Run() {
   for (const ObjectRecord& rec : d_.objects) {
     if (!Known(rec.handle)) continue;
     Object* object = Made(rec.handle);
-    const types::TypeSpec& spec = *specs_.at(rec.handle);
+    const types::TypeDesc& desc = *descs_.at(rec.handle);
     types::RecordHead head;
     head.handle = rec.handle;
     head.owner = object->owner;
@@ -274,8 +274,8 @@ void FormBuilder::Run() {
     if (Known(rec.xdictionary)) head.xdictionary = rec.xdictionary;
     FieldValues values;
     TypeValues(rec, *object, values);
-    if (spec.entity) EntityValues(rec, *object, values);
-    const std::vector<Group> groups = types::EncodeRecord(spec, head, values, rank_, doc_.text_arena());
+    if (desc.entity) EntityValues(rec, *object, values);
+    const std::vector<Group> groups = types::EncodeRecord(desc, head, values, rank_, doc_.text_arena());
     object->groups = doc_.StoreGroups(groups);
   }
 }

@@ -543,11 +543,11 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
     d.RC();
   };
 
-  if (const types::TypeSpec* spec = types::FindDwgType(rec.type); spec != nullptr && rec.isEntity) {
-    if (spec->generic_dwg || rec.type == kTypeLine) {
+  if (const types::TypeDesc* desc = types::FindDwgType(rec.type); desc != nullptr && rec.isEntity) {
+    if (desc->generic_dwg || rec.type == kTypeLine) {
       FieldData f;
       if (rec.type == kTypeLine) ReadLineEnds(s, f.values);
-      for (const types::Part& part : spec->parts) {
+      for (const types::Part& part : desc->parts) {
         for (const types::Field& field : part.fields) ReadField(s, field, f.values);
       }
       rec.payload = std::move(f);

@@ -31,8 +31,8 @@ bool IsR12TableCode(std::string_view table, int32_t code) {
     return code == 2 || code == 70 || code == 3 || code == 4 || (code >= 40 && code <= 48) ||
            (code >= 140 && code <= 147) || (code >= 71 && code <= 78) || (code >= 170 && code <= 178);
   }
-  const types::TypeSpec* spec = types::FindType(table);
-  return spec != nullptr && !spec->entity && types::HoldsCode(*spec, code, types::kR12);
+  const types::TypeDesc* desc = types::FindType(table);
+  return desc != nullptr && !desc->entity && types::HoldsCode(*desc, code, types::kR12);
 }
 
 }  // namespace

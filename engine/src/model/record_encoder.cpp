@@ -147,14 +147,14 @@ void Builder::Field(const types::Field& field, const FieldValues& values) {
 
 }  // namespace
 
-std::vector<Group> EncodeRecord(const TypeSpec& spec, const RecordHead& head, const FieldValues& values, int rank,
+std::vector<Group> EncodeRecord(const TypeDesc& desc, const RecordHead& head, const FieldValues& values, int rank,
                                 TextArena& arena) {
   Builder out(arena);
   const bool modern = rank >= kR13;
-  for (const types::Field& f : spec.leading) {
+  for (const types::Field& f : desc.leading) {
     if (f.In(rank)) out.Field(f, values);
   }
-  if (head.handle != kNoHandle) out.Handle(spec.handle_code, head.handle);
+  if (head.handle != kNoHandle) out.Handle(desc.handle_code, head.handle);
   if (modern) {
     if (!head.reactors.empty()) {
       out.Put(102, "{ACAD_REACTORS");
@@ -174,8 +174,8 @@ std::vector<Group> EncodeRecord(const TypeSpec& spec, const RecordHead& head, co
       if (f.In(rank)) out.Field(f, values);
     }
   };
-  if (spec.entity) part(EntityPart());
-  for (const Part& p : spec.parts) part(p);
+  if (desc.entity) part(EntityPart());
+  for (const Part& p : desc.parts) part(p);
   return out.Take();
 }
 

@@ -50,10 +50,10 @@ struct RecordHead {
   Handle xdictionary = kNoHandle;
 };
 
-// The groups of a record of type `spec` as a file of version `rank` holds
+// The groups of a record of type `desc` as a file of version `rank` holds
 // them (the type name itself, group 0, is not among them). Text is stored
 // in `arena`.
-std::vector<Group> EncodeRecord(const TypeSpec& spec, const RecordHead& head, const FieldValues& values, int rank,
+std::vector<Group> EncodeRecord(const TypeDesc& desc, const RecordHead& head, const FieldValues& values, int rank,
                                 TextArena& arena);
 
 // The shortest text that reads back as exactly `value` ("1.0", "0.25", "1.0E-07").

@@ -325,7 +325,7 @@ constexpr Part kLayoutParts[] = {{"AcDbPlotSettings", kPlotSettings}, {"AcDbLayo
 
 // ---- the types ------------------------------------------------------------------------
 
-constexpr TypeSpec kTypes[] = {
+constexpr TypeDesc kTypes[] = {
     {"LINE", 0x13, true, 5, {}, kLineParts},
     {"CIRCLE", 0x12, true, 5, {}, kCircleParts, true},
     {"ARC", 0x11, true, 5, {}, kArcParts, true},
@@ -360,26 +360,26 @@ constexpr TypeSpec kTypes[] = {
 
 }  // namespace
 
-const TypeSpec* FindType(std::string_view dxf_name) {
-  for (const TypeSpec& t : kTypes) {
+const TypeDesc* FindType(std::string_view dxf_name) {
+  for (const TypeDesc& t : kTypes) {
     if (t.dxf_name == dxf_name) return &t;
   }
   return nullptr;
 }
 
-const TypeSpec* FindDwgType(uint16_t type) {
+const TypeDesc* FindDwgType(uint16_t type) {
   if (type == 0) return nullptr;
-  for (const TypeSpec& t : kTypes) {
+  for (const TypeDesc& t : kTypes) {
     if (t.dwg_type == type) return &t;
   }
   return nullptr;
 }
 
-const Field* FindField(const TypeSpec& spec, std::string_view name) {
-  for (const Field& f : spec.leading) {
+const Field* FindField(const TypeDesc& desc, std::string_view name) {
+  for (const Field& f : desc.leading) {
     if (f.name == name) return &f;
   }
-  for (const Part& part : spec.parts) {
+  for (const Part& part : desc.parts) {
     for (const Field& f : part.fields) {
       if (f.name == name) return &f;
     }
@@ -389,7 +389,7 @@ const Field* FindField(const TypeSpec& spec, std::string_view name) {
 
 const Part& EntityPart() { return kEntityPart; }
 
-bool HoldsCode(const TypeSpec& spec, int32_t code, int rank) {
+bool HoldsCode(const TypeDesc& desc, int32_t code, int rank) {
   auto holds = [&](std::span<const Field> fields) {
     for (const Field& f : fields) {
       if (!f.In(rank)) continue;
@@ -400,13 +400,13 @@ bool HoldsCode(const TypeSpec& spec, int32_t code, int rank) {
     }
     return false;
   };
-  if (holds(spec.leading)) return true;
-  for (const Part& part : spec.parts) {
+  if (holds(desc.leading)) return true;
+  for (const Part& part : desc.parts) {
     if (holds(part.fields)) return true;
   }
   return false;
 }
 
-std::span<const TypeSpec> AllTypes() { return kTypes; }
+std::span<const TypeDesc> AllTypes() { return kTypes; }
 
 }  // namespace vantrove::engine::types

@@ -82,7 +82,7 @@ struct Part {
   uint8_t from = kR13;        // markers exist from R13 on
 };
 
-struct TypeSpec {
+struct TypeDesc {
   std::string_view dxf_name;  // "TEXT", "LAYER", ...
   uint16_t dwg_type = 0;      // fixed DWG type number; 0 for class-numbered types
   bool entity = false;
@@ -95,17 +95,17 @@ struct TypeSpec {
 };
 
 // The type named `dxf_name` in DXF, or nullptr.
-const TypeSpec* FindType(std::string_view dxf_name);
+const TypeDesc* FindType(std::string_view dxf_name);
 // The type with fixed DWG number `type`, or nullptr.
-const TypeSpec* FindDwgType(uint16_t type);
-// The field named `name` in any part of `spec`, or nullptr.
-const Field* FindField(const TypeSpec& spec, std::string_view name);
+const TypeDesc* FindDwgType(uint16_t type);
+// The field named `name` in any part of `desc`, or nullptr.
+const Field* FindField(const TypeDesc& desc, std::string_view name);
 // The parts every entity and every object begin with ("AcDbEntity").
 const Part& EntityPart();
-// True when a record of `spec` holds group `code` in version `rank` (the
+// True when a record of `desc` holds group `code` in version `rank` (the
 // fields of its own parts; the entity part and the handle aside).
-bool HoldsCode(const TypeSpec& spec, int32_t code, int rank);
+bool HoldsCode(const TypeDesc& desc, int32_t code, int rank);
 // Every type in the table.
-std::span<const TypeSpec> AllTypes();
+std::span<const TypeDesc> AllTypes();
 
 }  // namespace vantrove::engine::types
