@@ -233,8 +233,11 @@ std::string FormatFor(const std::string& format, const std::string& output) {
 int WriteOfficeTable(clsVantrove& v, const Table& table, const std::string& kind, const std::string& output,
                      bool headings, const std::string& title) {
   const std::string ext = "." + kind;
-  const std::string target = output == "-" ? extract::TempXmlFileName() + ext
+  const std::string target = output == "-" ? extract::TempFileName(ext)
                                            : output + ".part-" + std::to_string(::getpid()) + ext;
+  // The writers add to a document they find; the claimed name starts empty,
+  // so it goes before writing (the run's temporary folder is its own).
+  if (output == "-") std::remove(target.c_str());
   SafeArray a = table.ToArray(headings);
   const size_t columns = table.header().size();
   int16_t rc = 0;
@@ -279,7 +282,7 @@ int WriteTable(clsVantrove& v, const Table& table, const std::string& format, co
   if (kind == "html") {
     SafeArray a = table.ToArray(headings);
     for (Variant& cell : a.data()) cell = Variant(HtmlEscape(CStr(cell)));
-    const std::string target = output == "-" ? extract::TempXmlFileName() + ".html" : output;
+    const std::string target = output == "-" ? extract::TempFileName(".html") : output;
     if (v.TwoDArrayToHTMLFile(Variant(std::move(a)), target, "", title, "", "", dwgCenter, "", "", 1, "", 0, 2, 100,
                               dwgLeft, true, headings, false) != 1) {
       std::cerr << "vantrove: cannot write " << target << '\n';

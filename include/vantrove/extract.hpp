@@ -26,11 +26,19 @@ std::string TempFolder();
 void SetTempFolderOverride(std::optional<std::string> folder);
 // "mmddyyyyhhmmss" of a local time.
 std::string TimeStampName(int year, int month, int day, int hour, int minute, int second);
-// A free name in TempFolder(): the local date and time as mmddyyyyhhmmss
-// plus ".xml", built again (a moment later) while a file of that name
-// exists. Two names asked for within one second therefore differ only when
-// the first file has been created.
+// A new empty file in TempFolder(), named by the local date and time as
+// mmddyyyyhhmmss plus `extension`, and its path. The name is claimed by
+// creating the file, so processes and threads sharing the folder never get
+// the same one; a name taken by another waits for the clock to move on (and
+// after a few seconds gets a "-n" suffix). The caller writes over the file
+// and removes it. When the folder is not writable the name is returned
+// unclaimed and the writer reports the failure.
+std::string TempFileName(const std::string& extension);
+// TempFileName(".xml").
 std::string TempXmlFileName();
+// True when `path` is a file with something in it: how a caller that
+// claimed a temporary name sees whether a writer filled it.
+bool WrittenFile(const std::string& path);
 
 // Removes a file when it goes out of scope.
 class TempFile {

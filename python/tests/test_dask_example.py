@@ -32,7 +32,7 @@ def test_same_table_as_the_extract_job_with_damaged_drawings(cli, corpus, tmp_pa
                           "--batch-size", "2", "-o", str(out), *map(str, drawings)],
                          capture_output=True, text=True, env=env, timeout=300, cwd=tmp_path)
     assert run.returncode == 1, run.stderr
-    assert read_csv(out) == read_csv(expected)
+    assert read_csv(out) == read_csv(expected), run.stderr
     assert len(read_csv(out)) > 10
 
     errors = read_csv(tmp_path / "dask-errors.csv")

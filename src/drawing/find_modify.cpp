@@ -84,8 +84,7 @@ int32_t clsVantrove::FindAndModify(const FindRequest& rq) {
     sections[rq.cls->section] = 1;
     CreateXML(tempName, sections[0], sections[1], sections[2], sections[3], sections[4], sections[5], sections[6],
               sections[7]);
-    Variant probe(tempName);
-    if (!FileExists(probe)) return -1;
+    if (!extract::WrittenFile(tempName)) return -1;
 
     const bool everything = rq.find == "*";
     const std::string filter = Trim(rq.filter);

@@ -205,8 +205,7 @@ int16_t clsVantrove::CreateBlockAttributeArray(Variant& vArr, DrawingSpaceType l
   return detail::Trapped(int16_t{0}, [&]() -> int16_t {
     auto description = std::make_unique<extract::TempFile>(extract::TempXmlFileName());
     CreateXML(description->path(), 1, 0, 0, 0, 0, 0, 0, 0);
-    Variant path(description->path());
-    if (!FileExists(path)) return -1;
+    if (!extract::WrittenFile(description->path())) return -1;
     int32_t field = lngDrawingField;
     if (field == 3 || field == 5) field = 0;  // one drawing column at most
     extract::detail::AttributeRecords records;

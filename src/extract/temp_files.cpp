@@ -1,7 +1,10 @@
 // Temporary XML files: where they go and how they are named.
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -71,28 +74,50 @@ std::string TimeStampName(int year, int month, int day, int hour, int minute, in
   return text;
 }
 
-std::string TempXmlFileName() {
+namespace {
+
+// Creates `name` if no file of that name exists; true when this call made it.
+// Creating the file is what claims the name: two processes (or threads)
+// asking in the same second cannot both get it.
+bool Claim(const std::string& name) {
+  const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (fd < 0) return false;
+  ::close(fd);
+  return true;
+}
+
+}  // namespace
+
+std::string TempFileName(const std::string& extension) {
   const std::string folder = WithSlash(TempFolder());
-  // A file of the current second's name waits for the clock to move on; a
-  // folder that keeps such files for several seconds gets a numbered name.
+  // A name of the current second that is taken waits for the clock to move
+  // on; a folder that keeps such files for several seconds gets a numbered
+  // name.
   const auto start = std::chrono::steady_clock::now();
-  std::string name;
+  std::string stem;
   for (int attempt = 0;; ++attempt) {
     std::this_thread::yield();
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     ::localtime_r(&now, &local);
-    name = folder + TimeStampName(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-                                  local.tm_sec) + ".xml";
-    if (!detail::FileExistsPlain(name)) return name;
+    stem = folder + TimeStampName(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+                                  local.tm_sec);
+    if (Claim(stem + extension)) return stem + extension;
+    if (errno != EEXIST) return stem + extension;  // an unwritable folder: the writer reports it
     if (std::chrono::steady_clock::now() - start > std::chrono::seconds(5)) break;
     std::this_thread::sleep_for(std::chrono::milliseconds(attempt < 10 ? 5 : 25));
   }
-  const std::string stem = name.substr(0, name.size() - 4);
   for (int n = 1;; ++n) {
-    std::string numbered = stem + "-" + std::to_string(n) + ".xml";
-    if (!detail::FileExistsPlain(numbered)) return numbered;
+    std::string numbered = stem + "-" + std::to_string(n) + extension;
+    if (Claim(numbered) || errno != EEXIST) return numbered;
   }
+}
+
+std::string TempXmlFileName() { return TempFileName(".xml"); }
+
+bool WrittenFile(const std::string& path) {
+  struct stat st {};
+  return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0;
 }
 
 }  // namespace vantrove::extract

@@ -118,8 +118,9 @@ int16_t XmlFileToArray(clsVantrove& self, const std::string& file, int32_t chapt
   }
   self.CreateXML(file, sections[0], sections[1], sections[2], sections[3], sections[4], sections[5], sections[6],
                  sections[7]);
-  Variant path(file);
-  if (!self.FileExists(path)) return -1;
+  // An empty file is a claimed temporary name that the description never
+  // reached (no drawing open, a write that failed).
+  if (!WrittenFile(file)) return -1;
   if (FlattenDescription(file, file, chapter, drawingField, chapter != 7) != 1) return -2;
 
   int16_t result = 0;

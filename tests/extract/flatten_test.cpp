@@ -2,6 +2,7 @@
 // network path names, the tag-list copy and temporary file names.
 #include <gtest/gtest.h>
 
+#include <set>
 #include <thread>
 
 #include "support.hpp"
@@ -307,16 +308,44 @@ TEST(TempNames, TimeStampedAndFree) {
   EXPECT_EQ(name.find_first_not_of("0123456789"), 14u) << name;
   EXPECT_EQ(name.substr(14), ".xml");
   EXPECT_EQ(std::filesystem::path(first).parent_path(), dir.path());
-  // While the first exists, the next name waits for the clock to move on.
+  // The name is claimed by an empty file; the next name waits for the clock
+  // to move on.
+  EXPECT_TRUE(std::filesystem::exists(first));
+  EXPECT_FALSE(extract::WrittenFile(first));
   WriteText(first, "x");
+  EXPECT_TRUE(extract::WrittenFile(first));
   const std::string second = extract::TempXmlFileName();
   EXPECT_NE(second, first);
-  EXPECT_FALSE(std::filesystem::exists(second));
+  EXPECT_TRUE(std::filesystem::is_empty(second));
   extract::SetTempFolderOverride(std::nullopt);
   // By default: the library's own folder when it can be written to.
   const std::string library = extract::LibraryFolder();
   EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(library) / "libvantrove.so")) << library;
   EXPECT_EQ(extract::TempFolder(), library);
+  extract::SetTempFolderOverride(saved);
+}
+
+// Workers sharing the library's folder (processes of a cluster, threads of a
+// host) ask for names in the same second: each must get a name of its own,
+// or one description is written over another's.
+TEST(TempNames, SimultaneousClaimsNeverShareAName) {
+  TempDir dir;
+  const std::string saved = extract::TempFolder();
+  extract::SetTempFolderOverride(dir.path().string());
+  constexpr int kThreads = 4;  // a name a second: a few seconds at most
+  constexpr int kEach = 1;
+  std::vector<std::vector<std::string>> names(kThreads);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&names, t] {
+      for (int i = 0; i < kEach; ++i) names[t].push_back(extract::TempFileName(".csv"));
+    });
+  }
+  for (std::thread& t : threads) t.join();
+  std::set<std::string> distinct;
+  for (const auto& list : names) distinct.insert(list.begin(), list.end());
+  EXPECT_EQ(distinct.size(), size_t{kThreads * kEach});
+  for (const std::string& n : distinct) EXPECT_EQ(std::filesystem::path(n).extension(), ".csv") << n;
   extract::SetTempFolderOverride(saved);
 }
 
