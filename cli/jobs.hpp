@@ -16,10 +16,4 @@ namespace vantrove::cli {
 // 2 bad input), or -1 when no job was chosen.
 std::function<int()> AddJobs(CLI::App& app);
 
-// The drawings named by `args`: files as given, folders expanded to the
-// .dwg and .dxf files in them (and below, with `recursive`), wildcard
-// patterns expanded. Names that match nothing go to `problems`.
-std::vector<std::string> ExpandDrawings(const std::vector<std::string>& args, bool recursive,
-                                        std::vector<std::string>& problems);
-
 }  // namespace vantrove::cli
