@@ -1,0 +1,126 @@
+#include "extract_selectors.hpp"
+
+#include <algorithm>
+
+#include "attribute_table.hpp"
+#include "vantrove/runtime.hpp"
+
+namespace vantrove::cli {
+
+std::vector<std::string> ChapterFields(ChapterType chapter, bool drawingColumn) {
+  std::vector<std::string> fields;
+  switch (chapter) {
+    case dwgDrawingInfo:
+      return {"DatabaseFilename", "FileVersion", "FileFormat", "CodePage", "MaintenanceVersion", "LastSavedBy",
+              "NumberOfLayers", "NumberOfLayouts", "NumberOfBlocks", "NumberOfObjects"};
+    case dwgLayers:
+      fields = {"LayerName", "Handle", "Color", "On", "Frozen", "Locked", "Linetype", "Lineweight", "Plot",
+                "ElementId"};
+      break;
+    case dwgBlocks:
+      fields = {"Block", "Layout", "Name", "Handle", "ElementId", "LayerName", "X", "Y", "Z", "NumberAttributes",
+                "NumberConstantAttributes", "Rows", "Columns"};
+      break;
+    case dwgBlocksAndAttributes: return AttributeRecordFields();
+    case dwgImages:
+      fields = {"Block", "Handle", "ElementId", "PathName", "LayerName", "ImageDefinitionHandle", "X", "Y", "Z"};
+      break;
+    case dwgExternalRefs: fields = {"Name", "PathName", "Loaded", "Status", "Overlay", "Handle", "ElementId"}; break;
+    case dwgLayouts: fields = {"LayoutName", "Handle", "TabOrder", "BlockName", "ModelSpace", "ElementId"}; break;
+    case dwgAttributeDefs:
+      fields = {"Block", "Handle", "AttributeTag", "AttributePrompt", "AttributeValue", "Constant", "Invisible",
+                "Verify", "Preset", "MultiLine", "ElementId", "LayerName"};
+      break;
+    case dwgText: fields = {"Block", "Layout", "Value", "Handle", "ElementId", "LayerName", "X", "Y", "Z", "Height"}; break;
+    case dwgMultiLineText:
+      fields = {"Block", "Layout", "Value", "Handle", "PlainText", "ElementId", "LayerName", "X", "Y", "Z", "Height"};
+      break;
+  }
+  if (drawingColumn) fields.insert(fields.begin(), "Drawing");
+  return fields;
+}
+
+std::string FilterQuote(const std::string& value) {
+  std::string out = "'";
+  for (const char c : value) {
+    if (c == '\'') out += '\'';
+    out += c;
+  }
+  return out + "'";
+}
+
+namespace {
+
+size_t Distance(const std::string& a, const std::string& b) {
+  std::vector<size_t> row(b.size() + 1);
+  for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
+  for (size_t i = 1; i <= a.size(); ++i) {
+    size_t diagonal = row[0];
+    row[0] = i;
+    for (size_t j = 1; j <= b.size(); ++j) {
+      const size_t above = row[j];
+      row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
+      diagonal = above;
+    }
+  }
+  return row[b.size()];
+}
+
+}  // namespace
+
+std::vector<std::string> CloseMatches(const std::string& wanted, const std::set<std::string>& candidates) {
+  const std::string w = FoldCase(Trim(wanted));
+  const size_t allowed = std::min<size_t>(3, std::max<size_t>(1, w.size() / 3));
+  std::vector<std::pair<size_t, std::string>> close;
+  for (const std::string& c : candidates) {
+    const std::string f = FoldCase(c);
+    size_t d = Distance(w, f);
+    if (d > allowed && w.size() >= 2 && (f.find(w) != std::string::npos || w.find(f) != std::string::npos)) d = allowed;
+    if (d <= allowed) close.emplace_back(d, c);
+  }
+  std::stable_sort(close.begin(), close.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::vector<std::string> out;
+  for (size_t i = 0; i < close.size() && i < 5; ++i) out.push_back(close[i].second);
+  return out;
+}
+
+NameCheck::NameCheck(std::string block, std::string layout, std::string layer)
+    : block_{"block", Trim(block), {}, false},
+      layout_{"layout", Trim(layout), {}, false},
+      layer_{"layer", Trim(layer), {}, false} {}
+
+void NameCheck::Look(Selector& s, std::string_view name, bool candidate) {
+  if (s.name.empty() || s.found) return;
+  const std::string text = DescribedText(name);
+  if (FoldCase(text) == FoldCase(s.name)) s.found = true;
+  else if (candidate) s.seen.insert(text);
+}
+
+void NameCheck::Read(const engine::Document& doc) {
+  for (const engine::Block* b : doc.blocks) {
+    // Layout blocks and anonymous blocks are no names to suggest.
+    Look(block_, b->name, doc.LayoutOf(b) == nullptr && !b->name.empty() && b->name.front() != '*');
+  }
+  for (const engine::Layout* l : doc.layouts) Look(layout_, l->name, true);
+  for (const engine::Layer* l : doc.layers) Look(layer_, l->name, true);
+}
+
+std::vector<std::string> NameCheck::Warnings() const {
+  std::vector<std::string> out;
+  for (const Selector* s : {&block_, &layout_, &layer_}) {
+    if (s->name.empty() || s->found) continue;
+    std::string text = std::string("no ") + s->what + " named \"" + s->name + "\" in ";
+    text += "the drawings read";
+    const std::vector<std::string> close = CloseMatches(s->name, s->seen);
+    if (close.empty()) {
+      text += "; nothing comes close";
+    } else {
+      text += "; close matches: ";
+      for (size_t i = 0; i < close.size(); ++i) text += (i ? ", " : "") + close[i];
+    }
+    out.push_back(text);
+  }
+  return out;
+}
+
+}  // namespace vantrove::cli
