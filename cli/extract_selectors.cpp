@@ -1,6 +1,7 @@
 #include "extract_selectors.hpp"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "attribute_table.hpp"
 #include "vantrove/runtime.hpp"
@@ -51,26 +52,26 @@ std::string FilterQuote(const std::string& value) {
 
 namespace {
 
+// Edits from one name to the other: letters inserted, removed, changed or
+// two neighbours swapped.
 size_t Distance(const std::string& a, const std::string& b) {
-  std::vector<size_t> row(b.size() + 1);
-  for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
+  std::vector<std::vector<size_t>> d(a.size() + 1, std::vector<size_t>(b.size() + 1));
+  for (size_t i = 0; i <= a.size(); ++i) d[i][0] = i;
+  for (size_t j = 0; j <= b.size(); ++j) d[0][j] = j;
   for (size_t i = 1; i <= a.size(); ++i) {
-    size_t diagonal = row[0];
-    row[0] = i;
     for (size_t j = 1; j <= b.size(); ++j) {
-      const size_t above = row[j];
-      row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
-      diagonal = above;
+      d[i][j] = std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1)});
+      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
     }
   }
-  return row[b.size()];
+  return d[a.size()][b.size()];
 }
 
 }  // namespace
 
 std::vector<std::string> CloseMatches(const std::string& wanted, const std::set<std::string>& candidates) {
   const std::string w = FoldCase(Trim(wanted));
-  const size_t allowed = std::min<size_t>(3, std::max<size_t>(1, w.size() / 3));
+  const size_t allowed = w.size() <= 3 ? 1 : std::min<size_t>(3, std::max<size_t>(2, w.size() / 3));
   std::vector<std::pair<size_t, std::string>> close;
   for (const std::string& c : candidates) {
     const std::string f = FoldCase(c);
@@ -103,6 +104,14 @@ void NameCheck::Read(const engine::Document& doc) {
   }
   for (const engine::Layout* l : doc.layouts) Look(layout_, l->name, true);
   for (const engine::Layer* l : doc.layers) Look(layer_, l->name, true);
+  // Entities may name layers the layer table lacks (files without tables).
+  if (!layer_.name.empty() && !layer_.found) {
+    std::unordered_set<std::string_view> layers;
+    for (const auto& object : doc.all_objects()) {
+      if (object->is_entity() && !object->erased) layers.insert(static_cast<const engine::Entity&>(*object).layer);
+    }
+    for (const std::string_view name : layers) Look(layer_, name, true);
+  }
 }
 
 std::vector<std::string> NameCheck::Warnings() const {
