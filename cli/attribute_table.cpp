@@ -33,6 +33,11 @@ bool PlainAscii(std::string_view s) {
   return true;
 }
 
+void AssignDescribed(std::string& out, std::string_view text) {
+  if (PlainAscii(text)) out.assign(text);
+  else out = DescribedText(text);
+}
+
 std::string Number(double value) {
   if (!std::isfinite(value) || value == 0.0) return "0";
   char buffer[64];
@@ -239,58 +244,59 @@ size_t AppendAttributeTable(const Document& doc, const AttributeSelection& s, Ta
   };
 
   size_t added = 0;
+  const auto skip = static_cast<size_t>(-1);
+  std::vector<size_t> columns;  // where each attribute of a reference goes
   for (const auto& group : GroupByBlock(found)) {
     const std::string blockName = DescribedText(group.front()->insert->block_name);
-    // The columns of the group's first reference, resolved once.
+    // The columns of the group's first reference (or of the listed tags), resolved once.
     const Insert& first = *group.front()->insert;
-    std::vector<size_t> firstColumns;
-    std::vector<size_t> listedColumns;
-    const auto skip = static_cast<size_t>(-1);
+    std::vector<size_t> firstColumns, listedColumns;
     for (const Found* f : group) {
       if (!kept(*f)) continue;
       const Insert& insert = *f->insert;
       const size_t blockColumn = s.blockColumn ? table.Column("Block") : skip;
       const size_t drawingColumn = drawing ? table.Column("Drawing") : skip;
-      std::vector<std::pair<size_t, std::string>> values;
+      columns.assign(insert.attribs.size(), skip);
       if (!wanted.empty()) {
         if (listedColumns.empty()) {
           for (const std::string& t : s.tags) listedColumns.push_back(table.Column(t));
         }
-        for (const Attrib* a : insert.attribs) {
-          const std::string tag = FoldCase(DescribedText(a->tag));
-          for (size_t i = 0; i < wanted.size(); ++i) {
-            if (wanted[i] == tag) values.emplace_back(listedColumns[i], DescribedText(a->display_value()));
+        bool any = false;
+        for (size_t i = 0; i < insert.attribs.size(); ++i) {
+          const std::string tag = FoldCase(DescribedText(insert.attribs[i]->tag));
+          for (size_t k = 0; k < wanted.size(); ++k) {
+            if (wanted[k] == tag) columns[i] = listedColumns[k], any = true;
           }
         }
-        if (values.empty()) continue;
+        if (!any) continue;
       } else {
-        bool sameTags = insert.attribs.size() == first.attribs.size();
-        for (size_t i = 0; sameTags && i < insert.attribs.size(); ++i) {
-          sameTags = insert.attribs[i]->tag == first.attribs[i]->tag;
-        }
         if (firstColumns.empty()) {
           for (const Attrib* a : first.attribs) {
             const std::string tag = DescribedText(a->tag);
             firstColumns.push_back(tag.empty() ? skip : table.Column(tag));
           }
         }
+        bool sameTags = insert.attribs.size() == first.attribs.size();
+        for (size_t i = 0; sameTags && i < insert.attribs.size(); ++i) {
+          sameTags = insert.attribs[i]->tag == first.attribs[i]->tag;
+        }
         for (size_t i = 0; i < insert.attribs.size(); ++i) {
-          const Attrib* a = insert.attribs[i];
-          size_t column = skip;
           if (sameTags) {
-            column = firstColumns[i];
-          } else if (const std::string tag = DescribedText(a->tag); !tag.empty()) {
-            column = table.Column(tag);
+            columns[i] = firstColumns[i];
+          } else if (const std::string tag = DescribedText(insert.attribs[i]->tag); !tag.empty()) {
+            columns[i] = table.Column(tag);
           }
-          if (column != skip) values.emplace_back(column, DescribedText(a->display_value()));
         }
       }
       const size_t layoutColumn = s.layoutColumn ? table.Column("Layout") : skip;
       std::vector<std::string> row(table.header().size());
       if (blockColumn != skip) row[blockColumn] = blockName;
       if (drawingColumn != skip) row[drawingColumn] = drawingValue;
-      for (auto& [column, value] : values) row[column] = std::move(value);
-      if (layoutColumn != skip) row[layoutColumn] = DescribedText(f->layout);
+      // A later attribute with the same tag wins, as it does in the methods' tables.
+      for (size_t i = 0; i < columns.size(); ++i) {
+        if (columns[i] != skip) AssignDescribed(row[columns[i]], insert.attribs[i]->display_value());
+      }
+      if (layoutColumn != skip) AssignDescribed(row[layoutColumn], f->layout);
       table.AddRow(std::move(row));
       ++added;
     }
