@@ -38,6 +38,13 @@ bool Has(const std::vector<std::string>& fields, const std::string& name) {
   return std::find(fields.begin(), fields.end(), name) != fields.end();
 }
 
+int FieldIndex(const std::vector<std::string>& fields, std::string_view name) {
+  for (size_t i = 0; i < fields.size(); ++i) {
+    if (FoldCase(fields[i]) == FoldCase(name)) return static_cast<int>(i);
+  }
+  return -1;
+}
+
 std::string Joined(const std::vector<std::string>& items) {
   std::string out;
   for (const auto& i : items) out += (out.empty() ? "" : ", ") + i;
@@ -101,12 +108,7 @@ int RunExtract(const ExtractOptions& o) {
   if (filtered) {
     try {
       expression = filter::Expression::Parse(o.filter);
-      expression.Bind([&](std::string_view name) {
-        for (size_t i = 0; i < fields.size(); ++i) {
-          if (FoldCase(fields[i]) == FoldCase(name)) return static_cast<int>(i);
-        }
-        return -1;
-      });
+      expression.Bind([&](std::string_view name) { return FieldIndex(fields, name); });
     } catch (const RuntimeError& e) {
       std::cerr << "vantrove extract: " << e.description() << "\nvantrove extract: the " << o.chapter
                 << " chapter's rows have the fields " << Joined(fields) << '\n';
@@ -136,10 +138,18 @@ int RunExtract(const ExtractOptions& o) {
       AppendAttributeTable(*doc, selection, table);
       return std::string();
     }
+    // The chapter's rows, then the filter and the selectors over them (a
+    // drawing without such rows has nothing to filter).
     Variant rows;
+    if (std::string e = ReadChapter(v, chapter->second, "", Variant::Missing(), field, rows); !e.empty()) return e;
     const std::string filter = ChapterFilter(o, fields, *doc);
-    if (std::string e = ReadChapter(v, chapter->second, filter, Variant::Missing(), field, rows); !e.empty()) return e;
-    table.Append(rows.array());
+    if (filter.empty()) {
+      table.Append(rows.array());
+    } else {
+      filter::Expression selected = filter::Expression::Parse(filter);
+      selected.Bind([&](std::string_view name) { return FieldIndex(fields, name); });
+      table.Append(FilterRows(rows.array(), selected, fields));
+    }
     return std::string();
   });
   if (status == 2) return status;

@@ -41,6 +41,61 @@ std::vector<std::string> ChapterFields(ChapterType chapter, bool drawingColumn) 
   return fields;
 }
 
+namespace {
+
+// The cells of one row of an array, by the fields a filter was bound to.
+class ArrayCells : public filter::CellSource {
+ public:
+  ArrayCells(const SafeArray& a, std::vector<int32_t> columns) : a_(a), columns_(std::move(columns)) {}
+  void Row(int32_t row) { row_ = row; }
+  bool Text(int field, std::string_view& out) const override {
+    const int32_t c = columns_[static_cast<size_t>(field)];
+    if (c < 0) return false;
+    if (const auto* s = a_.at(row_, c).get_if<std::string>()) {
+      out = *s;
+      return true;
+    }
+    return false;
+  }
+  Variant Value(int field) const override {
+    const int32_t c = columns_[static_cast<size_t>(field)];
+    return c < 0 ? Variant::Null() : a_.at(row_, c);
+  }
+
+ private:
+  const SafeArray& a_;
+  std::vector<int32_t> columns_;
+  int32_t row_ = 0;
+};
+
+}  // namespace
+
+SafeArray FilterRows(const SafeArray& a, const filter::Expression& expression, const std::vector<std::string>& fields) {
+  if (!a.allocated() || a.dims() != 2 || a.UBound(1) < a.LBound(1)) return a;
+  const int32_t top = a.LBound(1);
+  std::vector<int32_t> columns;
+  for (const std::string& f : fields) {
+    int32_t found = -1;
+    for (int32_t c = a.LBound(2); c <= a.UBound(2) && found < 0; ++c) {
+      if (a.at(top, c).IsString() && FoldCase(CStr(a.at(top, c))) == FoldCase(f)) found = c;
+    }
+    columns.push_back(found);
+  }
+  ArrayCells cells(a, columns);
+  std::vector<int32_t> kept;
+  for (int32_t r = top + 1; r <= a.UBound(1); ++r) {
+    cells.Row(r);
+    if (expression.Matches(cells)) kept.push_back(r);
+  }
+  const int32_t width = a.UBound(2) - a.LBound(2) + 1;
+  SafeArray out = SafeArray::Matrix(static_cast<int32_t>(kept.size()) + 1, width);
+  for (int32_t c = 0; c < width; ++c) {
+    out.at(0, c) = a.at(top, a.LBound(2) + c);
+    for (size_t k = 0; k < kept.size(); ++k) out.at(static_cast<int32_t>(k) + 1, c) = a.at(kept[k], a.LBound(2) + c);
+  }
+  return out;
+}
+
 std::string FilterQuote(const std::string& value) {
   std::string out = "'";
   for (const char c : value) {

@@ -10,12 +10,19 @@
 
 #include "vantrove/engine/document.hpp"
 #include "vantrove/enums.hpp"
+#include "vantrove/recordset/filter.hpp"
+#include "vantrove/runtime.hpp"
 
 namespace vantrove::cli {
 
 // The columns of a chapter's rows, "Drawing" (and "DrawingPath") included
 // when a drawing column is asked for.
 std::vector<std::string> ChapterFields(ChapterType chapter, bool drawingColumn);
+
+// The rows of `withHeadings` (row 0: the column names) that `expression`,
+// bound to `fields`, keeps; a field the array lacks reads as empty.
+SafeArray FilterRows(const SafeArray& withHeadings, const filter::Expression& expression,
+                     const std::vector<std::string>& fields);
 
 // `value` as a quoted filter text: 'it''s'.
 std::string FilterQuote(const std::string& value);
