@@ -277,7 +277,7 @@ TEST_F(ExtractJob, FilterAppliesWithEverySelector) {
   // A drawing without rows of the chapter has nothing to filter: no failure.
   r = Tool("extract '" + mixed + "' -c text --layer P --filter \"Value LIKE 'x*'\"");
   EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.out.find_first_not_of("\r\n"), std::string::npos) << r.out;
 }
 
 TEST_F(ExtractJob, ABadFilterIsAUsageErrorNamingTheFields) {
