@@ -195,7 +195,8 @@ void AddExtractJob(CLI::App& app, const std::shared_ptr<std::function<int()>>& c
   extract->add_option("--db", ex->db, "Write into a database instead: a data source name or an ODBC connection string");
   extract->add_option("--table", ex->dbTable, "The database table (created with text columns when missing)");
   extract->footer(
-      "Attribute tables have one row per block reference: Block (without --block), Drawing (with\n"
+      "Attribute tables:\n"
+      "They have one row per block reference: Block (without --block), Drawing (with\n"
       "several drawings or --drawing-column), one column per tag, and last the Layout the reference\n"
       "is on (empty for references inside block definitions). --tags gives exactly those columns\n"
       "in that order, an empty cell where a reference lacks a tag; references holding none of them\n"
