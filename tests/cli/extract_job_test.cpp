@@ -382,6 +382,7 @@ TEST_F(ExtractJob, InfoShowsVersionCountsLayoutsAndBlockTags) {
   EXPECT_EQ(json[1]["blocks"][1]["name"], "TB");
   EXPECT_EQ(json[1]["blocks"][1]["references"], 3);
   EXPECT_EQ(Tool("info '" + Write("bad.dxf", "nothing") + "'").status, 1);
+  EXPECT_NE(Tool("info --help").out.find("Examples:"), std::string::npos);
 }
 
 }  // namespace
