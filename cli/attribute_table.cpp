@@ -196,17 +196,6 @@ const std::vector<std::string>& AttributeRecordFields() {
   return fields;
 }
 
-void BindAttributeFilter(filter::Expression& expression) {
-  const auto& fields = AttributeRecordFields();
-  expression.Bind([&](std::string_view name) {
-    const std::string folded = FoldCase(name);
-    for (size_t i = 0; i < fields.size(); ++i) {
-      if (FoldCase(fields[i]) == folded) return static_cast<int>(i);
-    }
-    return -1;
-  });
-}
-
 std::string DescribedText(std::string_view text) {
   if (PlainAscii(text)) return std::string(text);
   return extract::DecodeXmlText(engine::EscapeDescriptionValue(text), true);

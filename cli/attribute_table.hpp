@@ -30,7 +30,7 @@ struct AttributeSelection {
   // reference that holds none of them gives no row.
   std::vector<std::string> tags;
   // Keeps the references of which at least one attribute record matches
-  // (fields: AttributeRecordFields()). Bound with BindAttributeFilter.
+  // (bound to the fields of AttributeRecordFields(), in that order).
   const filter::Expression* filter = nullptr;
   DrawingFieldType drawingField = dwgNone;  // dwgDrawingName or dwgDrawingFullName add a "Drawing" column
   bool blockColumn = true;                  // a leading "Block" column
@@ -39,10 +39,6 @@ struct AttributeSelection {
 
 // The fields an attribute filter can name: the flat attribute record's.
 const std::vector<std::string>& AttributeRecordFields();
-
-// Binds `expression` to AttributeRecordFields(); raises 3001 naming an
-// unknown field.
-void BindAttributeFilter(filter::Expression& expression);
 
 // Appends the attribute rows of `doc` to `table`; gives the number of rows.
 size_t AppendAttributeTable(const engine::Document& doc, const AttributeSelection& selection, Table& table);
