@@ -8,6 +8,7 @@
 
 #include "db_jobs.hpp"
 #include "extract_job.hpp"
+#include "info_job.hpp"
 #include "job_runner.hpp"
 #include "table.hpp"
 #include "table_output.hpp"
@@ -71,6 +72,7 @@ std::function<int()> AddJobs(CLI::App& app) {
   AddDatabaseJobs(app, chosen);
 
   AddExtractJob(app, chosen);
+  AddInfoJob(app, chosen);
 
   // describe -----------------------------------------------------------------------------------
   auto describeFile = std::make_shared<std::string>();

@@ -1,5 +1,7 @@
 #include "table.hpp"
 
+#include <algorithm>
+
 namespace vantrove::cli {
 
 size_t Table::Column(const std::string& name) {
@@ -9,6 +11,25 @@ size_t Table::Column(const std::string& name) {
   header_.push_back(name);
   for (auto& row : rows_) row.resize(header_.size());
   return header_.size() - 1;
+}
+
+void Table::AddRow(std::vector<std::string> row) {
+  row.resize(header_.size());
+  rows_.push_back(std::move(row));
+}
+
+void Table::MoveColumnToEnd(const std::string& name) {
+  for (size_t i = 0; i + 1 < header_.size(); ++i) {
+    if (header_[i] != name) continue;
+    std::rotate(header_.begin() + static_cast<std::ptrdiff_t>(i), header_.begin() + static_cast<std::ptrdiff_t>(i) + 1,
+                header_.end());
+    for (auto& row : rows_) {
+      row.resize(header_.size());
+      std::rotate(row.begin() + static_cast<std::ptrdiff_t>(i), row.begin() + static_cast<std::ptrdiff_t>(i) + 1,
+                  row.end());
+    }
+    return;
+  }
 }
 
 void Table::Append(const SafeArray& a, const std::vector<std::pair<std::string, std::string>>& leading) {

@@ -15,6 +15,12 @@ class Table {
   // Appends a 2-D array whose first row holds the column names. Extra
   // leading columns (e.g. the block name) can be given as name/value pairs.
   void Append(const SafeArray& withHeadings, const std::vector<std::pair<std::string, std::string>>& leading = {});
+  // The index of the column `name`, added at the end when it is new.
+  size_t Column(const std::string& name);
+  // Appends one row (cells by column index; a short row is padded).
+  void AddRow(std::vector<std::string> row);
+  // Moves the column `name`, when there is one, to the end.
+  void MoveColumnToEnd(const std::string& name);
   bool empty() const { return rows_.empty(); }
   size_t rows() const { return rows_.size(); }
   const std::vector<std::string>& header() const { return header_; }
@@ -26,8 +32,6 @@ class Table {
   std::string ToText(bool headings) const;
 
  private:
-  size_t Column(const std::string& name);
-
   std::vector<std::string> header_;
   std::vector<std::vector<std::string>> rows_;
 };

@@ -54,10 +54,10 @@ TEST_F(Jobs, ExtractWritesTheTitleBlockTable) {
   const Result r = Tool("extract '" + kSample + "' --block TITLE -o '" + At("t.csv") + "'");
   ASSERT_EQ(r.status, 0) << r.out;
   EXPECT_EQ(Slurp(At("t.csv")),
-            "DWGNO,TITLE,REV,DRAWN,DATE\r\n"
-            "A-101,Ground floor plan,C,J. Smith,2026-03-02\r\n"
-            "A-102,First floor plan,B,J. Smith,2026-03-09\r\n"
-            "A-201,Sections A-A and B-B,A,K. Müller,2026-04-14\r\n");
+            "DWGNO,TITLE,REV,DRAWN,DATE,Layout\r\n"
+            "A-101,Ground floor plan,C,J. Smith,2026-03-02,Layout1\r\n"
+            "A-102,First floor plan,B,J. Smith,2026-03-09,Layout2\r\n"
+            "A-201,Sections A-A and B-B,A,K. Müller,2026-04-14,Layout3\r\n");
 }
 
 TEST_F(Jobs, ExtractMergesBlocksAndDrawingsByColumnName) {
@@ -69,8 +69,8 @@ TEST_F(Jobs, ExtractMergesBlocksAndDrawingsByColumnName) {
   std::istringstream lines(Slurp(At("bom.txt")));
   std::string header;
   std::getline(lines, header);
-  EXPECT_EQ(header, "Block\tDrawing\tQTY\tPART\r");  // in the order the references hold them
-  EXPECT_NE(Slurp(At("bom.txt")).find("BOM\tb.dxf\t12\tAnchor bolt M20"), std::string::npos);
+  EXPECT_EQ(header, "Block\tDrawing\tPART\tQTY\tLayout\r");  // the tags in the order given
+  EXPECT_NE(Slurp(At("bom.txt")).find("BOM\tb.dxf\tAnchor bolt M20\t12\tModel"), std::string::npos);
 }
 
 TEST_F(Jobs, AFailingDrawingIsReportedAndTheOthersGoOn) {
@@ -91,7 +91,7 @@ TEST_F(Jobs, ReplaceSavesChangedDrawingsWhereAsked) {
   ASSERT_EQ(r.status, 0) << r.out;
   EXPECT_NE(r.out.find(": 2 replaced"), std::string::npos) << r.out;
   r = Tool("extract '" + At("out/title-blocks.dxf") + "' --block TITLE --tags DRAWN --no-headings");
-  EXPECT_EQ(r.out, "J. Jones\r\nJ. Jones\r\nK. Müller\r\n");
+  EXPECT_EQ(r.out, "J. Jones,Layout1\r\nJ. Jones,Layout2\r\nK. Müller,Layout3\r\n");
 }
 
 TEST_F(Jobs, LayersAndLayerStates) {
