@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <climits>
+#include <limits>
 
 #include "../component/boundary.hpp"
 #include "cells.hpp"
@@ -82,6 +83,61 @@ void AppendRowByBuilder(std::string& out, const SafeArray& a, int64_t r, std::st
   out += line.GetString();
 }
 
+// A finite, non-zero Double as CStr writes it: 15 significant digits in
+// "%G" style (trailing zeros dropped, an exponent below 1E-4 and from 1E+15).
+// The shortest digits that read back as the same Double are the 15-digit
+// rounding whenever there are at most 15 of them, and they are much cheaper
+// to find; longer ones are rounded by the general formatter.
+char* FormatG15(char* out, double d) {
+  const auto general = [](char* at, double x) {
+    char* last = std::to_chars(at, at + 40, x, std::chars_format::general, 15).ptr;
+    std::replace(at, last, 'e', 'E');
+    return last;
+  };
+  // Below the normal range a Double's spacing is coarse, and the shortest
+  // digits are no longer its 15-digit rounding.
+  if (std::fabs(d) < std::numeric_limits<double>::min()) return general(out, d);
+  char sci[40];
+  const char* end = std::to_chars(sci, sci + sizeof sci, d, std::chars_format::scientific).ptr;
+  const char* p = sci;
+  if (*p == '-') *out++ = *p++;
+  const char* e = std::find(p, end, 'e');
+  char digits[24];
+  int k = 0;
+  for (const char* q = p; q < e; ++q) {
+    if (*q != '.') digits[k++] = *q;
+  }
+  if (k > 15) return general(out - (p - sci), d);
+  int exp10 = 0;
+  std::from_chars(e + 1 + (e[1] == '+' ? 1 : 0), end, exp10);
+  if (exp10 < -4 || exp10 >= 15) {
+    *out++ = digits[0];
+    if (k > 1) {
+      *out++ = '.';
+      out = std::copy(digits + 1, digits + k, out);
+    }
+    *out++ = 'E';
+    *out++ = exp10 < 0 ? '-' : '+';
+    const int x = std::abs(exp10);
+    if (x < 10) *out++ = '0';
+    return std::to_chars(out, out + 4, x).ptr;
+  }
+  if (exp10 < 0) {
+    *out++ = '0';
+    *out++ = '.';
+    out = std::fill_n(out, -exp10 - 1, '0');
+    return std::copy(digits, digits + k, out);
+  }
+  const int whole = exp10 + 1;  // digits before the decimal point
+  if (k <= whole) {
+    out = std::copy(digits, digits + k, out);
+    return std::fill_n(out, whole - k, '0');
+  }
+  out = std::copy(digits, digits + whole, out);
+  *out++ = '.';
+  return std::copy(digits + whole, digits + k, out);
+}
+
 // A cell's text as the ordinary conversion gives it, appended to `out`;
 // whole numbers are formatted here without a temporary string.
 void AppendCellText(std::string& out, const Variant& v) {
@@ -96,9 +152,7 @@ void AppendCellText(std::string& out, const Variant& v) {
   } else if (const int16_t* i = v.get_if<int16_t>()) {
     end = std::to_chars(buf, buf + sizeof buf, *i).ptr;
   } else if (const double* d = v.get_if<double>(); d != nullptr && std::isfinite(*d) && *d != 0) {
-    // As CStr writes a Double: 15 significant digits, "%G" style.
-    end = std::to_chars(buf, buf + sizeof buf, *d, std::chars_format::general, 15).ptr;
-    std::replace(buf, end, 'e', 'E');
+    end = FormatG15(buf, *d);
   } else {
     out += CStr(v);
     return;
