@@ -27,7 +27,39 @@ bool DefaultWhenBlank(std::string& separator, std::string_view fallback) {
 // Rows from the lower to the upper bound of dimension 1; in each row the
 // columns of dimension 2, each cell followed by the delimiter, or by the
 // end-of-row text after the last column.
+void AppendCellText(std::string& out, const Variant& v);
+constexpr size_t kLongPiece = 15000;  // bytes; a piece this long may be cut by the builder
+
+// TwoDText straight into one string, for the usual case where the builder
+// would cut nothing: every piece shorter than its growth step and the whole
+// text within its length limit. False (with `out` unspecified) otherwise.
+bool TwoDTextDirect(const SafeArray& a, std::string_view delimiter, std::string_view endOfRow, bool quotes,
+                    std::string& out) {
+  if (a.dims() != 2 || delimiter.size() > kLongPiece || endOfRow.size() > kLongPiece) return false;
+  const int64_t r0 = a.LBound(1), r1 = a.UBound(1), c0 = a.LBound(2), c1 = a.UBound(2);
+  for (int64_t r = r0; r <= r1; ++r) {
+    if (r == r0 + 64 && r < r1) {
+      // Room for the whole text at the pace of the first rows, so that it
+      // is not copied while it grows.
+      const double perRow = static_cast<double>(out.size()) / 64.0;
+      out.reserve(static_cast<size_t>(perRow * static_cast<double>(r1 - r0 + 1) * 1.05) + 64);
+    }
+    const Variant* cell = &detail::Cell(a, r, c0);
+    for (int64_t c = c0; c <= c1; ++c, ++cell) {
+      if (quotes) out += kQuote;
+      const size_t before = out.size();
+      AppendCellText(out, *cell);
+      if (out.size() - before > kLongPiece) return false;
+      if (quotes) out += kQuote;
+      out += c == c1 ? endOfRow : delimiter;
+    }
+    if (out.size() > static_cast<size_t>(INT32_MAX)) return false;
+  }
+  return true;
+}
+
 std::string TwoDText(const SafeArray& a, std::string_view delimiter, std::string_view endOfRow, bool quotes) {
+  if (std::string direct; TwoDTextDirect(a, delimiter, endOfRow, quotes, direct)) return direct;
   clsConcat out;
   const int64_t r1 = a.UBound(1);
   for (int64_t r = a.LBound(1); r <= r1; ++r) {
@@ -160,7 +192,6 @@ void AppendCellText(std::string& out, const Variant& v) {
   out.append(buf, end);
 }
 
-constexpr size_t kLongPiece = 15000;         // bytes; a piece this long may be cut by the builder
 constexpr size_t kChunk = size_t{1} << 20;  // text handed to the file at a time
 
 // One line per row: the cells joined by the delimiter, then CR LF.
