@@ -129,7 +129,8 @@ void SafeArray::ReDim(std::vector<Bounds> dims) {
   std::vector<Variant> data;
   data.reserve(static_cast<size_t>(n));
   AdviseLargePages(data.data(), static_cast<size_t>(n) * sizeof(Variant));
-  data.resize(static_cast<size_t>(n), def);
+  if (def.IsEmpty()) data.resize(static_cast<size_t>(n));  // Empty elements: nothing to copy
+  else data.resize(static_cast<size_t>(n), def);
   dims_ = std::move(dims);
   data_ = std::move(data);
 }
