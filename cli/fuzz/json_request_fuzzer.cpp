@@ -30,7 +30,11 @@ bool Harmless(std::string_view method, const std::vector<Variant>& args) {
                                                       "Items", "Remove",   "RemoveAll", "Fields", "RecordCount",
                                                       "EOF",   "BOF",      "MoveNext", "MoveFirst", "Value",
                                                       "Name",  "Filter",   "Sort"};
-  if (method == "$create") return args.size() == 1 && args[0].IsString() && args[0].str() != "ListView";
+  // Classes that hold values only (the list boxes of folders and drives read the disk).
+  static const std::set<std::string_view> kClasses = {"Dictionary", "Scripting.Dictionary", "Collection",
+                                                      "Recordset",  "ADODB.Recordset",      "TextBox",
+                                                      "ListBox",    "ComboBox"};
+  if (method == "$create") return args.size() == 1 && args[0].IsString() && kClasses.count(args[0].str()) > 0;
   if (method == "$call" || method == "$get" || method == "$set") {
     return args.size() >= 2 && args[1].IsString() && kMembers.count(args[1].str()) > 0;
   }
