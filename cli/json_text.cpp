@@ -43,8 +43,10 @@ void AppendExponent(std::string& out, int e) {
 
 }  // namespace
 
+namespace {
+
 // True when none of the 8 bytes at `p` needs escaping or is outside ASCII.
-bool PlainWord(const char* p) {
+inline bool PlainWord(const char* p) {
   uint64_t w;
   std::memcpy(&w, p, 8);
   constexpr uint64_t kOnes = 0x0101010101010101ull, kHigh = 0x8080808080808080ull;
@@ -54,33 +56,39 @@ bool PlainWord(const char* p) {
   return ((control | quote | slash | w) & kHigh) == 0;
 }
 
+}  // namespace
+
+// One pass: plain runs are copied whole, the bytes JSON must escape are
+// escaped, and bytes beyond ASCII pass as they are. When there were any, the
+// string is checked for valid UTF-8 afterwards, and an invalid one is written
+// again by the reference writer, which decides where each bad sequence ends.
 void AppendJsonString(std::string& out, std::string_view s) {
-  size_t plain = 0;
-  while (plain + 8 <= s.size() && PlainWord(s.data() + plain)) plain += 8;
-  while (plain < s.size() && PlainByte(static_cast<unsigned char>(s[plain]))) ++plain;
-  bool high = false;
-  for (size_t i = plain; i < s.size() && !high; ++i) high = static_cast<unsigned char>(s[i]) >= 0x80;
-  if (high && !simdjson::validate_utf8(s.data(), s.size())) {
-    // Rare: let the reference writer decide where each bad sequence ends.
-    out += nlohmann::json(std::string(s)).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-    return;
-  }
+  const size_t start = out.size();
   out += '"';
-  out.append(s.data(), plain);
-  size_t run = plain;
-  for (size_t i = plain; i < s.size(); ++i) {
-    if (i + 8 <= s.size() && PlainWord(s.data() + i)) {
-      i += 7;
+  const char* p = s.data();
+  const char* const end = p + s.size();
+  const char* run = p;
+  bool high = false;
+  while (p < end) {
+    while (end - p >= 8 && PlainWord(p)) p += 8;
+    while (p < end && PlainByte(static_cast<unsigned char>(*p))) ++p;
+    if (p == end) break;
+    const auto c = static_cast<unsigned char>(*p);
+    if (c >= 0x80) {
+      high = true;
+      ++p;
       continue;
     }
-    const auto c = static_cast<unsigned char>(s[i]);
-    if (c >= 0x20 && c != '"' && c != '\\') continue;
-    out.append(s.data() + run, i - run);
+    out.append(run, static_cast<size_t>(p - run));
     AppendEscaped(out, c);
-    run = i + 1;
+    run = ++p;
   }
-  out.append(s.data() + run, s.size() - run);
+  out.append(run, static_cast<size_t>(end - run));
   out += '"';
+  if (high && !simdjson::validate_utf8(s.data(), s.size())) {
+    out.resize(start);
+    out += nlohmann::json(std::string(s)).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  }
 }
 
 void AppendJsonInt(std::string& out, int64_t v) {

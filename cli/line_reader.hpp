@@ -4,14 +4,17 @@
 // limit is skipped to its end and reported, never held in memory whole.
 
 #include <cstddef>
+#include <cstdlib>
+#include <memory>
 #include <string_view>
-#include <vector>
 
 namespace vantrove::cli {
 
 class LineReader {
  public:
   LineReader(int fd, size_t maxLine);
+  LineReader(const LineReader&) = delete;
+  LineReader& operator=(const LineReader&) = delete;
 
   enum class Status { kLine, kTooLong, kEnd };
   // The next line without its '\n'; valid until the next call.
@@ -22,7 +25,13 @@ class LineReader {
 
   int fd_;
   size_t maxLine_;
-  std::vector<char> buf_;
+  struct Free {
+    void operator()(char* p) const { std::free(p); }
+  };
+  // Grown with realloc: a large buffer moves by remapping its pages, never
+  // by copying or clearing them.
+  std::unique_ptr<char, Free> buf_;
+  size_t capacity_ = 0;
   size_t begin_ = 0;    // start of the current line
   size_t scanned_ = 0;  // bytes from begin_ known to hold no '\n'
   size_t end_ = 0;      // end of the bytes read

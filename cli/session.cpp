@@ -167,6 +167,12 @@ Answer Session::HandleParsed(element request, std::string& idText) {
   if (!idText.empty()) a.text += "\"id\":" + idText;
   std::string_view method;
   const bool named = request["method"].get_string().get(method) == simdjson::SUCCESS;
+  if (allow_) {
+    const MethodInfo* target = named ? nullptr : MethodOf(request);
+    if (!allow_(named ? method : target != nullptr ? std::string_view(target->name) : std::string_view(), args)) {
+      return ErrorAnswer(idText, err::kActionNotSupported, "this call is not allowed here");
+    }
+  }
   if (named && method.starts_with("$")) {
     const Variant result = CallObject(std::string(method), args);
     a.text += idText.empty() ? "\"result\":" : ",\"result\":";

@@ -2,6 +2,7 @@
 // One clsVantrove object driven by JSON requests: the engine behind
 // `vantrove call` (one request) and `vantrove rpc` (one per line).
 
+#include <functional>
 #include <simdjson.h>
 #include <string>
 #include <string_view>
@@ -41,6 +42,12 @@ class Session {
   // An error answer for a request that could not be read at all.
   static Answer Failure(int32_t number, const std::string& description);
 
+  // Limits which calls run: a method name (or $ verb) and its arguments that
+  // `allow` refuses are answered with error 445 instead. Used where requests
+  // come from an untrusted generator (the request reader's fuzz target).
+  using CallFilter = std::function<bool(std::string_view method, const std::vector<Variant>& args)>;
+  void Restrict(CallFilter allow) { allow_ = std::move(allow); }
+
  private:
   Answer HandleParsed(simdjson::dom::element request, std::string& idText);
   Variant CallObject(const std::string& verb, std::vector<Variant>& args);
@@ -49,6 +56,7 @@ class Session {
   size_t request_size_ = 0;
   clsVantrove object_;
   ObjectTable objects_;
+  CallFilter allow_;
 };
 
 }  // namespace vantrove::cli

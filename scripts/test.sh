@@ -12,4 +12,11 @@ for config in release sanitize; do
   echo "== $config tests"
   ctest --test-dir "build/$config" --output-on-failure -j "$(nproc)" || status=1
 done
+# The JSON request reader under the sanitizers, on mutated requests for a
+# bounded time (VANTROVE_FUZZ_SECONDS, default 60). Only a crash fails.
+echo "== fuzzing the JSON request reader"
+fuzz_dir=$(mktemp -d)
+build/sanitize/bin/json_request_fuzzer -max_total_time="${VANTROVE_FUZZ_SECONDS:-60}" \
+  -dict=cli/fuzz/json.dict -artifact_prefix="$fuzz_dir/" cli/fuzz/seeds || { status=1; ls -l "$fuzz_dir"; }
+rm -rf "$fuzz_dir"
 exit $status

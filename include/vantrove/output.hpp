@@ -98,6 +98,7 @@ class OutputFile {
 
  private:
   void Flush();
+  void WriteOut(std::string_view bytes);  // straight to the file
   void Abandon() noexcept;
 
   std::string target_;

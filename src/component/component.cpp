@@ -286,28 +286,43 @@ InvokeResult clsVantrove::Invoke(std::string_view name, std::vector<Variant>& ar
       return Failure(err::kWrongArgumentCount, m->name + " takes at most " + std::to_string(m->params.size()) +
                                                    " arguments, not " + std::to_string(args.size()));
     }
-    std::vector<Variant> work;
-    work.reserve(std::max(args.size(), m->params.size()));
+    // The caller's arguments are moved in and back, never copied: a large
+    // array passed to a method costs nothing on the way. Members can change
+    // only the parameters declared by reference (checked while compiling),
+    // so moving the by-value ones back returns them as they were given.
+    // Values of a trailing ParamArray are copies the member may use freely.
     for (size_t i = 0; i < fixed; ++i) {
-      const ParamInfo& p = m->params[i];
       const bool given = i < args.size() && !args[i].IsMissing();
-      if (given) {
-        work.push_back(args[i]);
-      } else if (p.optional) {
-        work.push_back(OmittedValue(p));
-      } else {
-        return Failure(err::kArgumentNotOptional, "Argument not optional: " + p.name + " of " + m->name);
+      if (!given && !m->params[i].optional) {
+        return Failure(err::kArgumentNotOptional, "Argument not optional: " + m->params[i].name + " of " + m->name);
       }
     }
-    for (size_t i = fixed; i < args.size(); ++i) work.push_back(args[i]);
-
-    InvokeResult r;
-    r.value = fn(*this, work);
-    r.ok = true;
-    // By-reference parameters carry their values back to the caller.
-    for (size_t i = 0; i < fixed && i < args.size(); ++i) {
-      if (m->params[i].byRef) args[i] = std::move(work[i]);
+    std::vector<Variant> work;
+    std::vector<bool> given(fixed);
+    work.reserve(std::max(args.size(), m->params.size()));
+    for (size_t i = 0; i < fixed; ++i) {
+      given[i] = i < args.size() && !args[i].IsMissing();
+      if (given[i]) work.push_back(std::move(args[i]));
+      else work.push_back(OmittedValue(m->params[i]));
     }
+    for (size_t i = fixed; i < args.size(); ++i) work.push_back(args[i]);
+    // Puts the moved arguments back: by-reference ones as the member left
+    // them, by-value ones unchanged. An omitted by-reference argument
+    // receives what the member left in its place, and only when it succeeded.
+    const auto giveBack = [&](bool succeeded) {
+      for (size_t i = 0; i < fixed && i < args.size(); ++i) {
+        if (given[i] || (succeeded && m->params[i].byRef)) args[i] = std::move(work[i]);
+      }
+    };
+    InvokeResult r;
+    try {
+      r.value = fn(*this, work);
+    } catch (...) {
+      giveBack(false);
+      throw;
+    }
+    r.ok = true;
+    giveBack(true);
     return r;
   } catch (const RuntimeError& e) {
     return Failure(e.number(), e.description());

@@ -35,7 +35,7 @@ template <>
 struct Holder<std::string&> : Holder<std::string> {
   using Holder<std::string>::Holder;
   std::string& get() { return v; }
-  void back(std::span<Variant> a, size_t i) { a[i] = Variant(v); }
+  void back(std::span<Variant> a, size_t i) { a[i] = Variant(std::move(v)); }
 };
 
 template <class T>

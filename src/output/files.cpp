@@ -85,25 +85,33 @@ OutputFile::~OutputFile() {
 
 void OutputFile::Write(std::string_view bytes) {
   if (committed_ || (mode_ == Mode::Append && fd_ < 0)) Raise(err::kDeviceIO, "Device I/O error: the file is closed");
+  if (buffer_.empty() && bytes.size() >= kFlushSize) {
+    // A large piece goes to the file as it is, without a copy in the buffer.
+    WriteOut(bytes);
+    return;
+  }
   buffer_.append(bytes);
   if (buffer_.size() >= kFlushSize) Flush();
 }
 
-void OutputFile::Flush() {
+void OutputFile::WriteOut(std::string_view bytes) {
   if (mode_ == Mode::Replace) {
-    if (!replacing_.Write(buffer_)) RaiseReplaceError(replacing_, target_);
-    buffer_.clear();
+    if (!replacing_.Write(bytes)) RaiseReplaceError(replacing_, target_);
     return;
   }
   size_t done = 0;
-  while (done < buffer_.size()) {
-    const ssize_t n = write(fd_, buffer_.data() + done, buffer_.size() - done);
+  while (done < bytes.size()) {
+    const ssize_t n = write(fd_, bytes.data() + done, bytes.size() - done);
     if (n < 0) {
       if (errno == EINTR) continue;
       RaiseWriteError(errno, target_);
     }
     done += static_cast<size_t>(n);
   }
+}
+
+void OutputFile::Flush() {
+  WriteOut(buffer_);
   buffer_.clear();
 }
 

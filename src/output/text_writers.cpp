@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <climits>
+#include <limits>
 
 #include "../component/boundary.hpp"
 #include "cells.hpp"
@@ -26,7 +27,39 @@ bool DefaultWhenBlank(std::string& separator, std::string_view fallback) {
 // Rows from the lower to the upper bound of dimension 1; in each row the
 // columns of dimension 2, each cell followed by the delimiter, or by the
 // end-of-row text after the last column.
+void AppendCellText(std::string& out, const Variant& v);
+constexpr size_t kLongPiece = 15000;  // bytes; a piece this long may be cut by the builder
+
+// TwoDText straight into one string, for the usual case where the builder
+// would cut nothing: every piece shorter than its growth step and the whole
+// text within its length limit. False (with `out` unspecified) otherwise.
+bool TwoDTextDirect(const SafeArray& a, std::string_view delimiter, std::string_view endOfRow, bool quotes,
+                    std::string& out) {
+  if (a.dims() != 2 || delimiter.size() > kLongPiece || endOfRow.size() > kLongPiece) return false;
+  const int64_t r0 = a.LBound(1), r1 = a.UBound(1), c0 = a.LBound(2), c1 = a.UBound(2);
+  for (int64_t r = r0; r <= r1; ++r) {
+    if (r == r0 + 64 && r < r1) {
+      // Room for the whole text at the pace of the first rows, so that it
+      // is not copied while it grows.
+      const double perRow = static_cast<double>(out.size()) / 64.0;
+      out.reserve(static_cast<size_t>(perRow * static_cast<double>(r1 - r0 + 1) * 1.05) + 64);
+    }
+    const Variant* cell = &detail::Cell(a, r, c0);
+    for (int64_t c = c0; c <= c1; ++c, ++cell) {
+      if (quotes) out += kQuote;
+      const size_t before = out.size();
+      AppendCellText(out, *cell);
+      if (out.size() - before > kLongPiece) return false;
+      if (quotes) out += kQuote;
+      out += c == c1 ? endOfRow : delimiter;
+    }
+    if (out.size() > static_cast<size_t>(INT32_MAX)) return false;
+  }
+  return true;
+}
+
 std::string TwoDText(const SafeArray& a, std::string_view delimiter, std::string_view endOfRow, bool quotes) {
+  if (std::string direct; TwoDTextDirect(a, delimiter, endOfRow, quotes, direct)) return direct;
   clsConcat out;
   const int64_t r1 = a.UBound(1);
   for (int64_t r = a.LBound(1); r <= r1; ++r) {
@@ -82,6 +115,61 @@ void AppendRowByBuilder(std::string& out, const SafeArray& a, int64_t r, std::st
   out += line.GetString();
 }
 
+// A finite, non-zero Double as CStr writes it: 15 significant digits in
+// "%G" style (trailing zeros dropped, an exponent below 1E-4 and from 1E+15).
+// The shortest digits that read back as the same Double are the 15-digit
+// rounding whenever there are at most 15 of them, and they are much cheaper
+// to find; longer ones are rounded by the general formatter.
+char* FormatG15(char* out, double d) {
+  const auto general = [](char* at, double x) {
+    char* last = std::to_chars(at, at + 40, x, std::chars_format::general, 15).ptr;
+    std::replace(at, last, 'e', 'E');
+    return last;
+  };
+  // Below the normal range a Double's spacing is coarse, and the shortest
+  // digits are no longer its 15-digit rounding.
+  if (std::fabs(d) < std::numeric_limits<double>::min()) return general(out, d);
+  char sci[40];
+  const char* end = std::to_chars(sci, sci + sizeof sci, d, std::chars_format::scientific).ptr;
+  const char* p = sci;
+  if (*p == '-') *out++ = *p++;
+  const char* e = std::find(p, end, 'e');
+  char digits[24];
+  int k = 0;
+  for (const char* q = p; q < e; ++q) {
+    if (*q != '.') digits[k++] = *q;
+  }
+  if (k > 15) return general(out - (p - sci), d);
+  int exp10 = 0;
+  std::from_chars(e + 1 + (e[1] == '+' ? 1 : 0), end, exp10);
+  if (exp10 < -4 || exp10 >= 15) {
+    *out++ = digits[0];
+    if (k > 1) {
+      *out++ = '.';
+      out = std::copy(digits + 1, digits + k, out);
+    }
+    *out++ = 'E';
+    *out++ = exp10 < 0 ? '-' : '+';
+    const int x = std::abs(exp10);
+    if (x < 10) *out++ = '0';
+    return std::to_chars(out, out + 4, x).ptr;
+  }
+  if (exp10 < 0) {
+    *out++ = '0';
+    *out++ = '.';
+    out = std::fill_n(out, -exp10 - 1, '0');
+    return std::copy(digits, digits + k, out);
+  }
+  const int whole = exp10 + 1;  // digits before the decimal point
+  if (k <= whole) {
+    out = std::copy(digits, digits + k, out);
+    return std::fill_n(out, whole - k, '0');
+  }
+  out = std::copy(digits, digits + whole, out);
+  *out++ = '.';
+  return std::copy(digits + whole, digits + k, out);
+}
+
 // A cell's text as the ordinary conversion gives it, appended to `out`;
 // whole numbers are formatted here without a temporary string.
 void AppendCellText(std::string& out, const Variant& v) {
@@ -96,9 +184,7 @@ void AppendCellText(std::string& out, const Variant& v) {
   } else if (const int16_t* i = v.get_if<int16_t>()) {
     end = std::to_chars(buf, buf + sizeof buf, *i).ptr;
   } else if (const double* d = v.get_if<double>(); d != nullptr && std::isfinite(*d) && *d != 0) {
-    // As CStr writes a Double: 15 significant digits, "%G" style.
-    end = std::to_chars(buf, buf + sizeof buf, *d, std::chars_format::general, 15).ptr;
-    std::replace(buf, end, 'e', 'E');
+    end = FormatG15(buf, *d);
   } else {
     out += CStr(v);
     return;
@@ -106,7 +192,6 @@ void AppendCellText(std::string& out, const Variant& v) {
   out.append(buf, end);
 }
 
-constexpr size_t kLongPiece = 15000;         // bytes; a piece this long may be cut by the builder
 constexpr size_t kChunk = size_t{1} << 20;  // text handed to the file at a time
 
 // One line per row: the cells joined by the delimiter, then CR LF.

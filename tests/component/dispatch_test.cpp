@@ -162,6 +162,48 @@ TEST(Invoke, FillsDefaultsChecksArgumentsAndReportsErrors) {
   EXPECT_TRUE(CBool(r.value));
 }
 
+// Arguments are moved into the call and back: a large array comes back in
+// the same storage, by-value arguments come back as given, by-reference ones
+// as the member left them, and a failed call still hands every argument back.
+TEST(Invoke, ArgumentsTravelWithoutCopiesAndComeBack) {
+  clsVantrove v;
+  SafeArray grid = SafeArray::Matrix(1000, 3);
+  for (int32_t r = 0; r < 1000; ++r) {
+    for (int32_t c = 0; c < 3; ++c) grid.at(r, c) = Variant(std::to_string(r * 3 + c));
+  }
+  std::vector<Variant> args = {Variant(grid), Variant(std::string()), Variant(","), Variant(";")};
+  const Variant* storage = args[0].array().data().data();
+  InvokeResult r = v.Invoke("TwoDArrayToText", args);
+  ASSERT_TRUE(r.ok) << r.description;
+  EXPECT_EQ(CInt(r.value), 1);
+  EXPECT_EQ(args[0].array().data().data(), storage);
+  EXPECT_EQ(CStr(args[0].array().at(999, 2)), "2999");
+  EXPECT_TRUE(CStr(args[1]).starts_with("0,1,2;3,4,5;"));
+  EXPECT_EQ(CStr(args[2]), ",");
+
+  // By value: the text and the delimiter come back unchanged; by reference:
+  // the array is the member's.
+  std::vector<Variant> split = {Variant("a|b|c"), Variant(SafeArray()), Variant("|")};
+  r = v.Invoke("MultiLineTextToOneDArray", split);
+  ASSERT_TRUE(r.ok) << r.description;
+  EXPECT_EQ(CStr(split[0]), "a|b|c");
+  EXPECT_EQ(CStr(split[2]), "|");
+  EXPECT_EQ(split[1].array().UBound(1), 3);
+  EXPECT_EQ(CStr(split[1].array().at(1)), "b");
+
+  // A by-value argument that cannot be converted fails the call before the
+  // member runs; the array given with it is handed back intact.
+  std::vector<Variant> bad = {Variant(SafeArray::Vector({Variant(3), Variant(1)})), Variant("not a number")};
+  const Variant* before = bad[0].array().data().data();
+  r = v.Invoke("SortOneDArray", bad);
+  EXPECT_FALSE(r.ok);
+  EXPECT_EQ(r.error, err::kTypeMismatch);
+  ASSERT_TRUE(bad[0].IsArray());
+  EXPECT_EQ(bad[0].array().data().data(), before);
+  EXPECT_EQ(CLng(bad[0].array().at(0)), 3);
+  EXPECT_EQ(CStr(bad[1]), "not a number");
+}
+
 TEST(Invoke, MembersWithoutAnImplementationAnswer445) {
   clsVantrove v;
   for (const MethodInfo& m : InterfaceMethods()) {

@@ -1,6 +1,10 @@
 // Arrays to delimited text, as a string and as text files.
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstring>
+#include <random>
+
 #include "temp_folder.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/output.hpp"
@@ -124,6 +128,37 @@ TEST(TwoDArrayToTextFile, NumbersReadAsTheirOrdinaryConversion) {
   }
   EXPECT_EQ(v.TwoDArrayToTextFile(Variant(row), file), 1);
   EXPECT_EQ(Slurp(file), expected + "\r\n");
+}
+
+// Doubles of every magnitude, with short and with full-length digits, and
+// the edges of the fixed and exponent forms: each written as CStr writes it.
+TEST(TwoDArrayToTextFile, DoublesOfEveryMagnitudeReadAsCStr) {
+  TempFolder dir;
+  clsVantrove v;
+  std::vector<double> values{1e-5,   1e-4,   9.99999999999999e-5, 0.000123, 1e14, 1e15, 999999999999999.0,
+                             1e15 + 2, 123456789012345.0, 1234567890123456.0, 0.30000000000000004, 5e-324,
+                             1.7976931348623157e308, 2.2250738585072014e-308, 100.0, 1234.5, 0.5, 7.0,
+                             9.9999999999999995e14, 0.1 + 0.2, 1.0 / 7};
+  std::mt19937_64 rng(7);
+  for (int i = 0; i < 3000; ++i) {
+    // Random bit patterns cover every exponent; rounded decimals cover the
+    // short digit strings tables usually hold.
+    double d;
+    const uint64_t bits = rng();
+    std::memcpy(&d, &bits, sizeof d);
+    if (std::isfinite(d)) values.push_back(d);
+    values.push_back(static_cast<double>(static_cast<int64_t>(rng() % 2000000) - 1000000) /
+                     std::pow(10.0, static_cast<double>(rng() % 24) - 6));
+  }
+  SafeArray column = SafeArray::Matrix(static_cast<int32_t>(values.size()), 1);
+  std::string expected;
+  for (size_t i = 0; i < values.size(); ++i) {
+    column.at(static_cast<int32_t>(i), 0) = Variant(values[i]);
+    expected += CStr(Variant(values[i])) + "\r\n";
+  }
+  const std::string file = dir / "doubles.csv";
+  EXPECT_EQ(v.TwoDArrayToTextFile(Variant(column), file), 1);
+  EXPECT_EQ(Slurp(file), expected);
 }
 
 TEST(TextFileWriters, FailuresLeaveNoFileAndNoHalfWrittenOne) {
