@@ -10,6 +10,7 @@
 
 #include "dwg/checksum.hpp"
 #include "vantrove/engine/dwg_reader.hpp"
+#include "vantrove/engine/dxf_writer.hpp"
 
 namespace vantrove::engine {
 namespace {
@@ -103,6 +104,54 @@ TEST(DwgModelFields, AnglesInDegreesAndNamesResolved) {
   EXPECT_FALSE(layer->linetype.empty());
   EXPECT_EQ(doc.codepage, "ANSI_1252");
   EXPECT_EQ(doc.HeaderText("$ACADVER"), "AC1015");
+}
+
+// Objects of classes the reader has no decoder for keep their data as
+// proxies: the class number names a CLASS of the drawing, the data bits
+// match their count, and the DXF writer counts the graphics in the codes
+// of the target version.
+TEST(DwgProxies, UndecodedClassesTravelAsProxies) {
+  const fs::path path = Dwg("acs_sample_AC1032.dwg");
+  if (!fs::exists(path)) GTEST_SKIP() << "corpus not available: " << path;
+  Document doc;
+  ASSERT_TRUE(ReadDwgFile(path.string(), doc).ok());
+  size_t entities = 0, objects = 0;
+  for (const auto& o : doc.all_objects()) {
+    if (!o->type_name.starts_with("ACAD_PROXY_") || o->groups.empty()) continue;
+    (o->is_entity() ? entities : objects) += 1;
+    int64_t class_id = 0, bits = -1;
+    size_t hex = 0;
+    bool in_data = false;
+    for (const Group& g : o->groups) {
+      if (g.code == 91) class_id = g.AsInt();
+      in_data = (in_data && g.code == 310) || g.code == 93 || g.code == 161;
+      if (g.code == 93 || g.code == 161) bits = g.AsInt();
+      if (in_data && g.code == 310) hex += g.size;
+    }
+    ASSERT_GE(class_id, 500) << FormatHandle(o->handle);
+    ASSERT_LT(static_cast<size_t>(class_id - 500), doc.classes.size());
+    ASSERT_GE(bits, 0);
+    EXPECT_EQ(hex, static_cast<size_t>((bits + 7) / 8 * 2)) << FormatHandle(o->handle);
+  }
+  EXPECT_GT(entities, 0u);
+  EXPECT_GT(objects, 10u);
+
+  for (const int32_t version : {2018, 2000}) {
+    DxfWriteOptions options;
+    options.version = version;
+    std::string text;
+    const Status status = WriteDxfToString(doc, options, text);
+    ASSERT_TRUE(status.ok() || status.code == StatusCode::kWrittenWithLosses) << status.Text();
+    EXPECT_EQ(status.message.find("VISUALSTYLE"), std::string::npos) << status.Text();
+    size_t with_graphics = 0, wrong_code = 0;
+    for (size_t at = text.find("AcDbProxyEntity"); at != std::string::npos; at = text.find("AcDbProxyEntity", at + 1)) {
+      const std::string_view record = std::string_view(text).substr(at, text.find("\r\n  0\r\n", at) - at);
+      with_graphics += record.find(version == 2018 ? "\r\n160\r\n" : "\r\n 92\r\n") != std::string_view::npos;
+      wrong_code += record.find(version == 2018 ? "\r\n 92\r\n" : "\r\n160\r\n") != std::string_view::npos;
+    }
+    EXPECT_GT(with_graphics, 0u) << version;
+    EXPECT_EQ(wrong_code, 0u) << version;
+  }
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "dwg/dxf_form.hpp"
 
 #include <algorithm>
+#include <span>
+#include <string>
 #include <unordered_set>
 
 #include "model/record_encoder.hpp"
@@ -11,6 +13,23 @@ namespace vantrove::engine::dwg {
 namespace {
 
 using types::FieldValues;
+
+// The format a proxy's data is in: the file's release number (low word)
+// and maintenance version (high word).
+uint32_t DrawingFormatCode(const Container& c) {
+  uint32_t release = 23;
+  switch (c.version) {
+    case Version::kR13: release = 19; break;
+    case Version::kR14: release = 21; break;
+    case Version::kR2000: release = 23; break;
+    case Version::kR2004: release = 25; break;
+    case Version::kR2007: release = 27; break;
+    case Version::kR2010: release = 29; break;
+    case Version::kR2013: release = 31; break;
+    case Version::kR2018: release = 33; break;
+  }
+  return release | (uint32_t{c.maintVersion} << 16);
+}
 
 int VersionRankOf(std::string_view acadver) {
   if (acadver.size() != 6 || acadver.substr(0, 4) != "AC10") return 15;
@@ -43,21 +62,28 @@ class FormBuilder {
   void EntityValues(const ObjectRecord& rec, const Object& object, FieldValues& v) const;
   void TypeValues(const ObjectRecord& rec, const Object& object, FieldValues& v) const;
   void TextValues(const TextData& t, const Object& object, FieldValues& v) const;
+  void ProxyValues(const ProxyData& p, FieldValues& v) const;
 
   const DecodedDrawing& d_;
   Document& doc_;
   const std::unordered_map<uint64_t, Object*>& made_;
   const std::unordered_map<uint64_t, std::string_view>& names_;
   int rank_;
+  uint32_t format_ = DrawingFormatCode(d_.container);
   std::unordered_map<uint64_t, const types::TypeDesc*> descs_;
   std::unordered_set<uint64_t> known_;
 };
 
 const types::TypeDesc* FormBuilder::DescOf(const ObjectRecord& rec, const Object& object) const {
   if (object.section == Section::kNone) return nullptr;  // in no block, table or section
+  if (std::holds_alternative<ProxyData>(rec.payload)) {
+    return types::FindType(rec.isEntity ? "ACAD_PROXY_ENTITY" : "ACAD_PROXY_OBJECT");
+  }
   const types::TypeDesc* desc = rec.type < 500 ? types::FindDwgType(rec.type) : nullptr;
   if (desc == nullptr) desc = types::FindType(object.type_name);
   if (desc == nullptr) return nullptr;
+  // A proxy stored as such in the file: its own layout is not decoded.
+  if (desc->dxf_name.starts_with("ACAD_PROXY_")) return nullptr;
   const bool bare = rec.type == kTypeEndblk || rec.type == kTypeSeqend || rec.type == kTypeBlock;
   if (!rec.dataOk && !bare) return nullptr;
   if (desc->dxf_name == "TABLE") {
@@ -150,8 +176,46 @@ void FormBuilder::TextValues(const TextData& t, const Object& object, FieldValue
   if (t.verticalAlign != 0) v.Int("vertical_align", t.verticalAlign);
 }
 
+// The proxy form of an object of an undecoded class: graphics (entities),
+// the data bits, the references and the format they are in.
+void FormBuilder::ProxyValues(const ProxyData& p, FieldValues& v) const {
+  // DXF 2013 and later count graphics and data in 160 and 161.
+  const bool wide = rank_ >= 27;
+  auto hex = [&](std::span<const uint8_t> bytes) {
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    constexpr size_t kChunk = 127;
+    std::string text;
+    for (size_t at = 0; at < bytes.size(); at += kChunk) {
+      text.clear();
+      for (size_t i = at; i < bytes.size() && i < at + kChunk; ++i) {
+        text.push_back(kDigits[bytes[i] >> 4]);
+        text.push_back(kDigits[bytes[i] & 15]);
+      }
+      v.Append("proxy_data", 310, text);
+    }
+  };
+  v.Int("class_id", p.classId);
+  if (!p.graphics.empty()) {
+    v.Append("proxy_data", wide ? 160 : 92, std::to_string(p.graphics.size()));
+    hex(p.graphics);
+  }
+  v.Append("proxy_data", wide ? 161 : 93, std::to_string(p.dataBits));
+  hex(p.data);
+  for (const auto& [code, handle] : p.ids) {
+    // Soft and hard owners and pointers as DXF names them; relative
+    // references (next and previous) are soft pointers.
+    const int32_t dxf = code == 2 ? 350 : code == 3 ? 360 : code == 5 ? 340 : 330;
+    v.Append("proxy_data", dxf, FormatHandle(handle));
+  }
+  v.Append("proxy_data", 94, "0");
+  v.Append("proxy_data", 95, std::to_string(format_));
+  v.Append("proxy_data", 70, "0");
+}
+
 void FormBuilder::TypeValues(const ObjectRecord& rec, const Object& object, FieldValues& v) const {
-  if (const auto* f = std::get_if<FieldData>(&rec.payload)) {
+  if (const auto* proxy = std::get_if<ProxyData>(&rec.payload)) {
+    ProxyValues(*proxy, v);
+  } else if (const auto* f = std::get_if<FieldData>(&rec.payload)) {
     v = f->values;
   } else if (const auto* t = std::get_if<TextData>(&rec.payload)) {
     TextValues(*t, object, v);
@@ -277,6 +341,7 @@ void FormBuilder::Run() {
     if (desc.entity) EntityValues(rec, *object, values);
     const std::vector<Group> groups = types::EncodeRecord(desc, head, values, rank_, doc_.text_arena());
     object->groups = doc_.StoreGroups(groups);
+    if (std::holds_alternative<ProxyData>(rec.payload)) object->type_name = desc.dxf_name;
   }
 }
 

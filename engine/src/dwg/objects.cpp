@@ -2,6 +2,7 @@
 
 #include "dwg/checksum.hpp"
 #include "dwg/color.hpp"
+#include "dwg/proxy_data.hpp"
 #include "dwg/sections.hpp"
 
 namespace vantrove::engine::dwg {
@@ -220,12 +221,15 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
   uint8_t lineTypeFlags = 0, plotStyleFlags = 0, materialFlags = 0, shadowFlags = 0;
   bool fullVisual = false, faceVisual = false, edgeVisual = false;
   uint16_t colorRaw = 0;
+  ProxySpans spans;
   if (rec.isEntity) {
     if (d.B()) {
       uint64_t previewSize = s.R2010() ? d.BLL() : d.RL();
       if (previewSize > size) {
         d.Fail();
       } else {
+        spans.graphicsBit = d.position();
+        spans.graphicsBytes = static_cast<size_t>(previewSize);
         d.Seek(d.position() + static_cast<size_t>(previewSize) * 8);
       }
     }
@@ -271,6 +275,8 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
     if (s.R2013()) d.B();
   }
   if (d.failed() || bitSize > sizeBits || bitSize < d.position()) return false;
+  spans.dataBit = d.position();
+  spans.dataEndBit = bitSize;
 
   // The handle stream starts at bitSize; the data stream ends there.
   s.hdl = BitReader(section.data + dataStart, size);
@@ -324,7 +330,15 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
   }
   if (s.hdl.failed()) return false;
   rec.commonOk = true;
+  spans.idsBit = s.hdl.position();
+  spans.idsEndBit = sizeBits;
   rec.dataOk = DecodeTyped(s, rec);
+  // A class the reader has no decoder for keeps its data for a proxy.
+  if (rec.type >= 500 && std::holds_alternative<std::monostate>(rec.payload)) {
+    ProxyData proxy;
+    proxy.classId = rec.type;
+    if (ReadProxyData(section.data + dataStart, size, spans, rec.handle, proxy)) rec.payload = std::move(proxy);
+  }
   return true;
 }
 

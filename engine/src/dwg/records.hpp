@@ -161,9 +161,21 @@ struct ControlData {      // table control objects
   uint64_t modelSpace = 0, paperSpace = 0;  // BLOCK_CONTROL only
 };
 
+// An object of a class the reader has no decoder for, as a proxy record
+// carries it: the class's own data bits (after the common part, in the
+// file's format), the references after the common ones, and an entity's
+// graphics as stored.
+struct ProxyData {
+  uint16_t classId = 0;                 // the class number (500 and up)
+  std::vector<uint8_t> graphics;        // entity graphics, as stored
+  std::vector<uint8_t> data;            // data bits, most significant first
+  size_t dataBits = 0;
+  std::vector<std::pair<uint8_t, uint64_t>> ids;  // reference code, absolute handle
+};
+
 using ObjectPayload = std::variant<std::monostate, TextData, InsertData, MTextData, ImageData, ImageDefData,
                                    BlockData, BlockHeaderData, LayerData, LayoutData, DictionaryData, ControlData, TableEntryData,
-                                   FieldData>;
+                                   FieldData, ProxyData>;
 
 struct ObjectRecord {
   uint64_t handle = 0;

@@ -323,6 +323,24 @@ constexpr Field kLayout[] = {
 };
 constexpr Part kLayoutParts[] = {{"AcDbPlotSettings", kPlotSettings}, {"AcDbLayout", kLayout}};
 
+// ---- proxies --------------------------------------------------------------------------
+
+// A record of a class the reader has no decoder for, carried with the
+// class's own data as stored ("proxy_data": the graphics, data bits and
+// references, laid out by the record's maker for the version it writes).
+constexpr Field kProxyEntity[] = {
+    {"proxy_class", 90, K::kInt, B::kNone, kR13, kLatest, "498"},
+    {"class_id", 91, K::kInt, B::kNone, kR13, kLatest, "500"},
+    {"proxy_data", 92, K::kGroups, B::kSpecial, kR13},
+};
+constexpr Field kProxyObject[] = {
+    {"proxy_class", 90, K::kInt, B::kNone, kR13, kLatest, "499"},
+    {"class_id", 91, K::kInt, B::kNone, kR13, kLatest, "500"},
+    {"proxy_data", 93, K::kGroups, B::kSpecial, kR13},
+};
+constexpr Part kProxyEntityParts[] = {{"AcDbProxyEntity", kProxyEntity}};
+constexpr Part kProxyObjectParts[] = {{"AcDbProxyObject", kProxyObject}};
+
 // ---- the types ------------------------------------------------------------------------
 
 constexpr TypeDesc kTypes[] = {
@@ -356,6 +374,8 @@ constexpr TypeDesc kTypes[] = {
     {"DICTIONARY", 0x2A, false, 5, {}, kDictionaryParts},
     {"IMAGEDEF", 0, false, 5, {}, kImageDefParts},
     {"LAYOUT", 0x52, false, 5, {}, kLayoutParts},
+    {"ACAD_PROXY_ENTITY", 0, true, 5, {}, kProxyEntityParts},
+    {"ACAD_PROXY_OBJECT", 0, false, 5, {}, kProxyObjectParts},
 };
 
 }  // namespace
