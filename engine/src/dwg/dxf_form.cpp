@@ -184,14 +184,14 @@ void FormBuilder::ProxyValues(const ProxyData& p, FieldValues& v) const {
   auto hex = [&](std::span<const uint8_t> bytes) {
     static constexpr char kDigits[] = "0123456789ABCDEF";
     constexpr size_t kChunk = 127;
-    std::string text;
+    char text[kChunk * 2];
     for (size_t at = 0; at < bytes.size(); at += kChunk) {
-      text.clear();
-      for (size_t i = at; i < bytes.size() && i < at + kChunk; ++i) {
-        text.push_back(kDigits[bytes[i] >> 4]);
-        text.push_back(kDigits[bytes[i] & 15]);
+      const size_t n = std::min(kChunk, bytes.size() - at);
+      for (size_t i = 0; i < n; ++i) {
+        text[2 * i] = kDigits[bytes[at + i] >> 4];
+        text[2 * i + 1] = kDigits[bytes[at + i] & 15];
       }
-      v.Append("proxy_data", 310, text);
+      v.Append("proxy_data", 310, std::string_view(text, 2 * n));
     }
   };
   v.Int("class_id", p.classId);

@@ -164,7 +164,7 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
   size_t end = dataStart + size;
   size_t rawEnd = end + 2 <= section.size ? end + 2 : end;
   rec.offset = offset;
-  rec.raw.assign(section.data + offset, section.data + rawEnd);
+  rec.raw = std::span<const uint8_t>(section.data + offset, rawEnd - offset);
   if (rawEnd == end + 2) {
     uint16_t stored = static_cast<uint16_t>(section.data[end] | (section.data[end + 1] << 8));
     rec.crcOk = Crc16(0xC0C1, section.data + offset, end - offset) == stored;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
@@ -185,8 +186,9 @@ struct ObjectRecord {
   size_t index = 0;         // position in the object map (handle order)
   size_t offset = 0;        // where the object starts in its section
   // Source form: the object's bytes from its size prefix to its check value
-  // inclusive, so that a writer can copy untouched objects as they came.
-  std::vector<uint8_t> raw;
+  // inclusive, so that a writer can copy untouched objects as they came
+  // (a view into the objects section, which the container owns).
+  std::span<const uint8_t> raw;
   std::vector<uint8_t> extendedData;  // EED block as stored (size, app handle, bytes)...
   // Common data.
   uint64_t owner = 0;
