@@ -62,7 +62,7 @@ class FormBuilder {
   void EntityValues(const ObjectRecord& rec, const Object& object, FieldValues& v) const;
   void TypeValues(const ObjectRecord& rec, const Object& object, FieldValues& v) const;
   void TextValues(const TextData& t, const Object& object, FieldValues& v) const;
-  void ProxyValues(const ProxyData& p, FieldValues& v) const;
+  void ProxyBody(const ProxyData& p, std::vector<Group>& out) const;
 
   const DecodedDrawing& d_;
   Document& doc_;
@@ -176,45 +176,46 @@ void FormBuilder::TextValues(const TextData& t, const Object& object, FieldValue
   if (t.verticalAlign != 0) v.Int("vertical_align", t.verticalAlign);
 }
 
-// The proxy form of an object of an undecoded class: graphics (entities),
-// the data bits, the references and the format they are in.
-void FormBuilder::ProxyValues(const ProxyData& p, FieldValues& v) const {
+// The proxy body of an object of an undecoded class: graphics (entities),
+// the data bits, the references and the format they are in. Written
+// straight into the document's storage: proxies can be large.
+void FormBuilder::ProxyBody(const ProxyData& p, std::vector<Group>& out) const {
+  TextArena& arena = doc_.text_arena();
   // DXF 2013 and later count graphics and data in 160 and 161.
   const bool wide = rank_ >= 27;
+  auto put = [&](int32_t code, std::string_view text) { out.emplace_back(code, arena.Store(text)); };
   auto hex = [&](std::span<const uint8_t> bytes) {
     static constexpr char kDigits[] = "0123456789ABCDEF";
     constexpr size_t kChunk = 127;
-    char text[kChunk * 2];
     for (size_t at = 0; at < bytes.size(); at += kChunk) {
       const size_t n = std::min(kChunk, bytes.size() - at);
+      char* text = arena.Allocate(2 * n);
       for (size_t i = 0; i < n; ++i) {
         text[2 * i] = kDigits[bytes[at + i] >> 4];
         text[2 * i + 1] = kDigits[bytes[at + i] & 15];
       }
-      v.Append("proxy_data", 310, std::string_view(text, 2 * n));
+      out.emplace_back(310, std::string_view(text, 2 * n));
     }
   };
-  v.Int("class_id", p.classId);
   if (!p.graphics.empty()) {
-    v.Append("proxy_data", wide ? 160 : 92, std::to_string(p.graphics.size()));
+    put(wide ? 160 : 92, std::to_string(p.graphics.size()));
     hex(p.graphics);
   }
-  v.Append("proxy_data", wide ? 161 : 93, std::to_string(p.dataBits));
+  put(wide ? 161 : 93, std::to_string(p.dataBits));
   hex(p.data);
   for (const auto& [code, handle] : p.ids) {
     // Soft and hard owners and pointers as DXF names them; relative
     // references (next and previous) are soft pointers.
-    const int32_t dxf = code == 2 ? 350 : code == 3 ? 360 : code == 5 ? 340 : 330;
-    v.Append("proxy_data", dxf, FormatHandle(handle));
+    put(code == 2 ? 350 : code == 3 ? 360 : code == 5 ? 340 : 330, FormatHandle(handle));
   }
-  v.Append("proxy_data", 94, "0");
-  v.Append("proxy_data", 95, std::to_string(format_));
-  v.Append("proxy_data", 70, "0");
+  put(94, "0");
+  put(95, std::to_string(format_));
+  put(70, "0");
 }
 
 void FormBuilder::TypeValues(const ObjectRecord& rec, const Object& object, FieldValues& v) const {
   if (const auto* proxy = std::get_if<ProxyData>(&rec.payload)) {
-    ProxyValues(*proxy, v);
+    v.Int("class_id", proxy->classId);  // the body follows (ProxyBody)
   } else if (const auto* f = std::get_if<FieldData>(&rec.payload)) {
     v = f->values;
   } else if (const auto* t = std::get_if<TextData>(&rec.payload)) {
@@ -339,9 +340,12 @@ void FormBuilder::Run() {
     FieldValues values;
     TypeValues(rec, *object, values);
     if (desc.entity) EntityValues(rec, *object, values);
-    const std::vector<Group> groups = types::EncodeRecord(desc, head, values, rank_, doc_.text_arena());
+    std::vector<Group> groups = types::EncodeRecord(desc, head, values, rank_, doc_.text_arena());
+    if (const auto* proxy = std::get_if<ProxyData>(&rec.payload)) {
+      ProxyBody(*proxy, groups);  // the last field of the proxy types
+      object->type_name = desc.dxf_name;
+    }
     object->groups = doc_.StoreGroups(groups);
-    if (std::holds_alternative<ProxyData>(rec.payload)) object->type_name = desc.dxf_name;
   }
 }
 

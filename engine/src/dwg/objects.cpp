@@ -1,5 +1,8 @@
 #include "dwg/objects.hpp"
 
+#include <string_view>
+#include <unordered_set>
+
 #include "dwg/checksum.hpp"
 #include "dwg/color.hpp"
 #include "dwg/proxy_data.hpp"
@@ -102,6 +105,19 @@ const char* FixedTypeName(uint16_t t) {
     case 0x1F3: return "ACAD_PROXY_OBJECT";
     default: return "";
   }
+}
+
+// True for the names of the types with a fixed number: a drawing of an
+// older version may give one of them (LWPOLYLINE, HATCH, XRECORD in R14) a
+// class number, but a DXF reader expects them as what they are, never as
+// proxies.
+bool IsFixedTypeName(std::string_view name) {
+  static const std::unordered_set<std::string_view> kNames = [] {
+    std::unordered_set<std::string_view> names;
+    for (uint16_t t = 1; t < 0x200; ++t) names.insert(FixedTypeName(t));
+    return names;
+  }();
+  return kNames.count(name) != 0;  // "" (no name) counts too: no class, no proxy
 }
 
 bool IsControlType(uint16_t t) {
@@ -334,7 +350,7 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
   spans.idsEndBit = sizeBits;
   rec.dataOk = DecodeTyped(s, rec);
   // A class the reader has no decoder for keeps its data for a proxy.
-  if (rec.type >= 500 && std::holds_alternative<std::monostate>(rec.payload)) {
+  if (rec.type >= 500 && std::holds_alternative<std::monostate>(rec.payload) && !IsFixedTypeName(rec.dxfName)) {
     ProxyData proxy;
     proxy.classId = rec.type;
     if (ReadProxyData(section.data + dataStart, size, spans, rec.handle, proxy)) rec.payload = std::move(proxy);

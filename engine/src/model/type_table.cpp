@@ -326,8 +326,9 @@ constexpr Part kLayoutParts[] = {{"AcDbPlotSettings", kPlotSettings}, {"AcDbLayo
 // ---- proxies --------------------------------------------------------------------------
 
 // A record of a class the reader has no decoder for, carried with the
-// class's own data as stored ("proxy_data": the graphics, data bits and
-// references, laid out by the record's maker for the version it writes).
+// class's own data as stored ("proxy_data", always last: the graphics, data
+// bits and references, laid out by the record's maker for the version it
+// writes).
 constexpr Field kProxyEntity[] = {
     {"proxy_class", 90, K::kInt, B::kNone, kR13, kLatest, "498"},
     {"class_id", 91, K::kInt, B::kNone, kR13, kLatest, "500"},
