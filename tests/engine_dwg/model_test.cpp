@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 #include <set>
 #include <string>
 
 #include "dwg/checksum.hpp"
 #include "vantrove/engine/dwg_reader.hpp"
+#include "vantrove/engine/dxf_reader.hpp"
 #include "vantrove/engine/dxf_writer.hpp"
 
 namespace vantrove::engine {
@@ -104,6 +106,51 @@ TEST(DwgModelFields, AnglesInDegreesAndNamesResolved) {
   EXPECT_FALSE(layer->linetype.empty());
   EXPECT_EQ(doc.codepage, "ANSI_1252");
   EXPECT_EQ(doc.HeaderText("$ACADVER"), "AC1015");
+}
+
+// XRECORD items decoded from DWG equal those of the drawing's DXF twin
+// (reals compared by value: the twin's writer rounds them).
+TEST(DwgXrecords, ItemsMatchTheDxfTwin) {
+  const fs::path path = Dwg("ldwg_example_r14.dwg");
+  const fs::path twin_path = Dwg("ldwg_example_r14.dwg.ld.dxf");
+  if (!fs::exists(path) || !fs::exists(twin_path)) GTEST_SKIP() << "corpus not available: " << path;
+  Document doc, twin;
+  ASSERT_TRUE(ReadDwgFile(path.string(), doc).ok());
+  ASSERT_TRUE(ReadDxfFile(twin_path.string(), twin).ok());
+  auto items = [](const Object& o) {
+    GroupSpan g = o.groups;
+    size_t at = 0;
+    while (at < g.size() && !(g[at].code == 100 && g[at].value() == "AcDbXrecord")) ++at;
+    return at < g.size() ? g.subspan(at + 1) : GroupSpan();
+  };
+  size_t compared = 0;
+  for (const auto& o : doc.all_objects()) {
+    if (o->type_name != "XRECORD" || o->groups.empty()) continue;
+    const Object* other = twin.Find(o->handle);
+    ASSERT_NE(other, nullptr) << FormatHandle(o->handle);
+    // An R14 drawing has no cloning flag; the DXF form made for it (the
+    // 2000 form) opens with the default one.
+    GroupSpan a = items(*o);
+    const GroupSpan b = items(*other);
+    ASSERT_FALSE(a.empty());
+    EXPECT_EQ(a[0].code, 280);
+    a = a.subspan(1);
+    ASSERT_EQ(a.size(), b.size()) << FormatHandle(o->handle);
+    for (size_t i = 0; i < a.size(); ++i) {
+      ASSERT_EQ(a[i].code, b[i].code) << FormatHandle(o->handle) << " item " << i;
+      const GroupType type = GroupTypeOf(a[i].code);
+      if (type == GroupType::kDouble) {
+        EXPECT_NEAR(a[i].AsDouble(), b[i].AsDouble(), 1e-9 * (1 + std::abs(b[i].AsDouble())));
+      } else if (type == GroupType::kInt16 || type == GroupType::kInt32 || type == GroupType::kInt64 ||
+                 type == GroupType::kBool) {
+        EXPECT_EQ(a[i].AsInt(), b[i].AsInt(-999999)) << FormatHandle(o->handle) << " item " << i;
+      } else {
+        EXPECT_EQ(a[i].value(), b[i].value()) << FormatHandle(o->handle) << " item " << i;
+      }
+    }
+    ++compared;
+  }
+  EXPECT_GT(compared, 300u);
 }
 
 // Objects of classes the reader has no decoder for keep their data as

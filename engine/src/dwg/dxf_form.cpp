@@ -296,6 +296,7 @@ void FormBuilder::TypeValues(const ObjectRecord& rec, const Object& object, Fiel
       v.Append("entries", 3, name);
       v.Append("entries", code, FormatHandle(handle));
     }
+    if (Known(dict->defaultEntry)) v.Ref("default", dict->defaultEntry);
   } else if (const auto* lo = std::get_if<LayoutData>(&rec.payload)) {
     v.Text("page_setup", lo->pageSetupName);
     if (!lo->plotConfig.empty()) v.Text("plot_config", lo->plotConfig);

@@ -7,6 +7,7 @@
 #include "dwg/color.hpp"
 #include "dwg/proxy_data.hpp"
 #include "dwg/sections.hpp"
+#include "dwg/xrecord.hpp"
 
 namespace vantrove::engine::dwg {
 
@@ -869,6 +870,15 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
     rec.payload = std::move(img);
     return ok();
   }
+  if (rec.type == kTypeXrecord || name == "XRECORD") {
+    const uint32_t count = d.BL();
+    if (count > d.remaining() / 8) return false;
+    FieldData f;
+    if (!ReadXrecordItems(d.Bytes(count), s.R2007(), text_, f.values)) return false;
+    if (s.R2000()) f.values.Int("cloning", d.BS());
+    rec.payload = std::move(f);
+    return ok();
+  }
   if (name == "ACDBDICTIONARYWDFLT") {
     DictionaryData dict;
     uint32_t count = d.BL();
@@ -883,6 +893,7 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
     std::vector<uint64_t> items;
     s.Refs(count, items);
     for (size_t i = 0; i < names.size() && i < items.size(); ++i) dict.entries.emplace_back(names[i], items[i]);
+    dict.defaultEntry = s.Ref();
     rec.payload = std::move(dict);
     return ok();
   }

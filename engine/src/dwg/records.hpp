@@ -33,6 +33,7 @@ enum ObjectType : uint16_t {
   kTypeBlockHeader = 0x31,
   kTypeLayerControl = 0x32,
   kTypeLayer = 0x33,
+  kTypeXrecord = 0x4F,
   kTypeLayout = 0x52,
 };
 
@@ -144,6 +145,7 @@ struct DictionaryData {
   std::vector<std::pair<std::string, uint64_t>> entries;
   uint8_t hardOwner = 0;
   uint16_t cloning = 0;
+  uint64_t defaultEntry = 0;  // ACDBDICTIONARYWDFLT: the entry for names it lacks
 };
 
 struct TableEntryData {   // other table entries: only the name is decoded

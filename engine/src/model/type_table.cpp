@@ -281,6 +281,12 @@ constexpr Field kDictionary[] = {
     {"entries", 3, K::kGroups, B::kSpecial},
 };
 constexpr Part kDictionaryParts[] = {{"AcDbDictionary", kDictionary}};
+// A dictionary that names a default entry for the names it lacks.
+constexpr Field kDictionaryDefault[] = {
+    {"default", 340, K::kHandle, B::kH, kR14},
+};
+constexpr Part kDictionaryWithDefaultParts[] = {{"AcDbDictionary", kDictionary},
+                                                {"AcDbDictionaryWithDefault", kDictionaryDefault}};
 
 constexpr Field kImageDef[] = {
     {"class_version", 90, K::kInt, B::kBL, kR14, kLatest, "0"},
@@ -322,6 +328,13 @@ constexpr Field kLayout[] = {
     {"block_record", 330, K::kHandle, B::kH, k2000},
 };
 constexpr Part kLayoutParts[] = {{"AcDbPlotSettings", kPlotSettings}, {"AcDbLayout", kLayout}};
+
+// An XRECORD: application data as (group code, value) items.
+constexpr Field kXrecord[] = {
+    {"cloning", 280, K::kInt, B::kBS, k2000, kLatest, "1"},
+    {"items", 1, K::kGroups, B::kSpecial},
+};
+constexpr Part kXrecordParts[] = {{"AcDbXrecord", kXrecord}};
 
 // ---- proxies --------------------------------------------------------------------------
 
@@ -375,6 +388,9 @@ constexpr TypeDesc kTypes[] = {
     {"DICTIONARY", 0x2A, false, 5, {}, kDictionaryParts},
     {"IMAGEDEF", 0, false, 5, {}, kImageDefParts},
     {"LAYOUT", 0x52, false, 5, {}, kLayoutParts},
+    {"ACDBDICTIONARYWDFLT", 0, false, 5, {}, kDictionaryWithDefaultParts},
+    {"XRECORD", 0x4F, false, 5, {}, kXrecordParts},
+    {"ACDBPLACEHOLDER", 0x50, false, 5, {}, {}},
     {"ACAD_PROXY_ENTITY", 0, true, 5, {}, kProxyEntityParts},
     {"ACAD_PROXY_OBJECT", 0, false, 5, {}, kProxyObjectParts},
 };
