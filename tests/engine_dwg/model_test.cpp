@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "dwg/checksum.hpp"
 #include "vantrove/engine/dwg_reader.hpp"
@@ -151,6 +152,45 @@ TEST(DwgXrecords, ItemsMatchTheDxfTwin) {
     ++compared;
   }
   EXPECT_GT(compared, 300u);
+}
+
+// LWPOLYLINE vertices (with widths and bulges), flags and extrusion
+// decoded from DWG equal those the drawing's own DXF export holds.
+TEST(DwgLwPolylines, VerticesMatchTheDrawingsOwnDxf) {
+  const fs::path path = Dwg("acs_sample_AC1015.dwg");
+  const fs::path dxf_path = fs::path(VANTROVE_SHARED_DIR) / "corpus" / "dxf" / "acs_sample_AC1015_ascii.dxf";
+  if (!fs::exists(path) || !fs::exists(dxf_path)) GTEST_SKIP() << "corpus not available: " << path;
+  Document doc, dxf;
+  ASSERT_TRUE(ReadDwgFile(path.string(), doc).ok());
+  ASSERT_TRUE(ReadDxfFile(dxf_path.string(), dxf).ok());
+  auto body = [](const Object& o) {
+    std::vector<Group> out;
+    bool in = false;
+    for (const Group& g : o.groups) {
+      if (g.code == 100) in = g.value() == "AcDbPolyline";
+      else if (in && g.code != 91) out.push_back(g);  // vertex ids: 2010 and later only
+    }
+    return out;
+  };
+  size_t compared = 0;
+  for (const auto& o : doc.all_objects()) {
+    if (o->type_name != "LWPOLYLINE") continue;
+    ASSERT_FALSE(o->groups.empty()) << FormatHandle(o->handle);
+    const Object* other = dxf.Find(o->handle);
+    ASSERT_NE(other, nullptr) << FormatHandle(o->handle);
+    std::vector<Group> a = body(*o), b = body(*other);
+    // The export lists zero bulges and widths; the form leaves them out.
+    std::erase_if(b, [](const Group& g) { return (g.code >= 40 && g.code <= 43) && g.AsDouble() == 0.0; });
+    std::erase_if(a, [](const Group& g) { return (g.code >= 40 && g.code <= 43) && g.AsDouble() == 0.0; });
+    ASSERT_EQ(a.size(), b.size()) << FormatHandle(o->handle);
+    for (size_t i = 0; i < a.size(); ++i) {
+      ASSERT_EQ(a[i].code, b[i].code) << FormatHandle(o->handle) << " group " << i;
+      EXPECT_NEAR(a[i].AsDouble(), b[i].AsDouble(), 1e-9 * (1 + std::abs(b[i].AsDouble())))
+          << FormatHandle(o->handle) << " group " << i;
+    }
+    ++compared;
+  }
+  EXPECT_GE(compared, 20u);
 }
 
 // Objects of classes the reader has no decoder for keep their data as

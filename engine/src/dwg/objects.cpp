@@ -5,6 +5,7 @@
 
 #include "dwg/checksum.hpp"
 #include "dwg/color.hpp"
+#include "dwg/lwpolyline.hpp"
 #include "dwg/proxy_data.hpp"
 #include "dwg/sections.hpp"
 #include "dwg/xrecord.hpp"
@@ -868,6 +869,12 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
     img.imageDef = s.Ref();
     img.imageDefReactor = s.Ref();
     rec.payload = std::move(img);
+    return ok();
+  }
+  if (rec.isEntity && (rec.type == kTypeLwPolyline || name == "LWPOLYLINE")) {
+    FieldData f;
+    if (!ReadLwPolyline(d, s.R2000(), s.R2010(), f.values)) return false;
+    rec.payload = std::move(f);
     return ok();
   }
   if (rec.type == kTypeXrecord || name == "XRECORD") {

@@ -33,6 +33,7 @@ enum ObjectType : uint16_t {
   kTypeBlockHeader = 0x31,
   kTypeLayerControl = 0x32,
   kTypeLayer = 0x33,
+  kTypeLwPolyline = 0x4D,
   kTypeXrecord = 0x4F,
   kTypeLayout = 0x52,
 };

@@ -329,6 +329,19 @@ constexpr Field kLayout[] = {
 };
 constexpr Part kLayoutParts[] = {{"AcDbPlotSettings", kPlotSettings}, {"AcDbLayout", kLayout}};
 
+// A lightweight polyline: its vertices are a run of groups (10, 20, then
+// the vertex's id, widths and bulge where it has them).
+constexpr Field kLwPolyline[] = {
+    {"count", 90, K::kInt, B::kSpecial, kR14, kLatest, "0"},
+    {"flags", 70, K::kInt, B::kSpecial, kR14, kLatest, "0"},
+    {"const_width", 43, K::kReal, B::kSpecial, kR14},
+    {"elevation", 38, K::kReal, B::kSpecial, kR14},
+    {"thickness", 39, K::kReal, B::kSpecial, kR14},
+    {"vertices", 10, K::kGroups, B::kSpecial, kR14},
+    {"extrusion", 210, K::kPoint3, B::kSpecial, kR14},
+};
+constexpr Part kLwPolylineParts[] = {{"AcDbPolyline", kLwPolyline}};
+
 // An XRECORD: application data as (group code, value) items.
 constexpr Field kXrecord[] = {
     {"cloning", 280, K::kInt, B::kBS, k2000, kLatest, "1"},
@@ -388,6 +401,7 @@ constexpr TypeDesc kTypes[] = {
     {"DICTIONARY", 0x2A, false, 5, {}, kDictionaryParts},
     {"IMAGEDEF", 0, false, 5, {}, kImageDefParts},
     {"LAYOUT", 0x52, false, 5, {}, kLayoutParts},
+    {"LWPOLYLINE", 0x4D, true, 5, {}, kLwPolylineParts},
     {"ACDBDICTIONARYWDFLT", 0, false, 5, {}, kDictionaryWithDefaultParts},
     {"XRECORD", 0x4F, false, 5, {}, kXrecordParts},
     {"ACDBPLACEHOLDER", 0x50, false, 5, {}, {}},
