@@ -5,6 +5,8 @@
 #include <string>
 #include <unordered_set>
 
+#include "dwg/codepage.hpp"
+#include "dwg/xrecord.hpp"
 #include "model/record_encoder.hpp"
 #include "model/type_table.hpp"
 
@@ -70,6 +72,7 @@ class FormBuilder {
   const std::unordered_map<uint64_t, std::string_view>& names_;
   int rank_;
   uint32_t format_ = DrawingFormatCode(d_.container);
+  TextDecoder text_{d_.container.codePage};  // text in XRECORD items
   std::unordered_map<uint64_t, const types::TypeDesc*> descs_;
   std::unordered_set<uint64_t> known_;
 };
@@ -216,6 +219,8 @@ void FormBuilder::ProxyBody(const ProxyData& p, std::vector<Group>& out) const {
 void FormBuilder::TypeValues(const ObjectRecord& rec, const Object& object, FieldValues& v) const {
   if (const auto* proxy = std::get_if<ProxyData>(&rec.payload)) {
     v.Int("class_id", proxy->classId);  // the body follows (ProxyBody)
+  } else if (const auto* x = std::get_if<XrecordData>(&rec.payload)) {
+    if (x->hasCloning) v.Int("cloning", x->cloning);  // the items follow (Run)
   } else if (const auto* f = std::get_if<FieldData>(&rec.payload)) {
     v = f->values;
   } else if (const auto* t = std::get_if<TextData>(&rec.payload)) {
@@ -345,6 +350,9 @@ void FormBuilder::Run() {
     if (const auto* proxy = std::get_if<ProxyData>(&rec.payload)) {
       ProxyBody(*proxy, groups);  // the last field of the proxy types
       object->type_name = desc.dxf_name;
+    } else if (const auto* x = std::get_if<XrecordData>(&rec.payload)) {
+      groups.reserve(groups.size() + x->data.size() / 8);
+      AppendXrecordItems(x->data, x->utf16, text_, doc_.text_arena(), groups);  // the last field
     }
     object->groups = doc_.StoreGroups(groups);
   }

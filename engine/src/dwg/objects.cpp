@@ -880,10 +880,13 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
   if (rec.type == kTypeXrecord || name == "XRECORD") {
     const uint32_t count = d.BL();
     if (count > d.remaining() / 8) return false;
-    FieldData f;
-    if (!ReadXrecordItems(d.Bytes(count), s.R2007(), text_, f.values)) return false;
-    if (s.R2000()) f.values.Int("cloning", d.BS());
-    rec.payload = std::move(f);
+    XrecordData x;
+    x.data = d.Bytes(count);
+    x.utf16 = s.R2007();
+    if (!XrecordItemsFit(x.data, x.utf16)) return false;
+    x.hasCloning = s.R2000();
+    if (x.hasCloning) x.cloning = d.BS();
+    rec.payload = std::move(x);
     return ok();
   }
   if (name == "ACDBDICTIONARYWDFLT") {

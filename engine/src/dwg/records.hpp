@@ -177,9 +177,18 @@ struct ProxyData {
   std::vector<std::pair<uint8_t, uint64_t>> ids;  // reference code, absolute handle
 };
 
+// An XRECORD: its data bytes, whose items are known to fit them exactly
+// (they become groups when the DXF form is built).
+struct XrecordData {
+  std::string data;
+  bool utf16 = false;       // text in the items is UTF-16 (2007 and later)
+  bool hasCloning = false;  // 2000 and later
+  uint16_t cloning = 1;
+};
+
 using ObjectPayload = std::variant<std::monostate, TextData, InsertData, MTextData, ImageData, ImageDefData,
                                    BlockData, BlockHeaderData, LayerData, LayoutData, DictionaryData, ControlData, TableEntryData,
-                                   FieldData, ProxyData>;
+                                   FieldData, ProxyData, XrecordData>;
 
 struct ObjectRecord {
   uint64_t handle = 0;
