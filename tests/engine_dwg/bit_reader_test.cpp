@@ -10,6 +10,7 @@
 #include "dwg/bit_reader.hpp"
 #include "dwg/checksum.hpp"
 #include "dwg/decompress.hpp"
+#include "dwg/proxy_data.hpp"
 
 namespace vantrove::engine::dwg {
 namespace {
@@ -201,6 +202,36 @@ TEST(DwgDecompress, MalformedInputIsRejected) {
   EXPECT_FALSE(DecompressPage(lengthRun, sizeof lengthRun, 64, out));
   const uint8_t badOpcode[] = {0x01, 'a', 'b', 'c', 'd', 0x05};  // literal length where an opcode belongs
   EXPECT_FALSE(DecompressPage(badOpcode, sizeof badOpcode, 64, out));
+}
+
+// A proxy keeps an unaligned run of data bits as whole bytes (zero-padded)
+// and resolves the references after the common ones, ignoring the padding
+// bits at the end of the handle stream.
+TEST(DwgProxyData, UnalignedBitsAndReferences) {
+  const uint8_t object[] = {0b10110011, 0b01011100, 0xFF, 0x41, 0x2A, 0x60, 0x00};
+  ProxySpans spans;
+  spans.dataBit = 3;
+  spans.dataEndBit = 13;
+  spans.idsBit = 24;
+  spans.idsEndBit = 24 + 24 + 5;
+  ProxyData proxy;
+  ASSERT_TRUE(ReadProxyData(object, sizeof object, spans, 0x100, proxy));
+  EXPECT_EQ(proxy.dataBits, 10u);
+  EXPECT_EQ(proxy.data, (std::vector<uint8_t>{0b10011010, 0b11000000}));
+  ASSERT_EQ(proxy.ids.size(), 2u);
+  EXPECT_EQ(proxy.ids[0], (std::pair<uint8_t, uint64_t>{4, 0x2A}));   // soft pointer
+  EXPECT_EQ(proxy.ids[1], (std::pair<uint8_t, uint64_t>{6, 0x101}));  // own handle + 1
+  EXPECT_TRUE(proxy.graphics.empty());
+
+  spans.graphicsBit = 8;
+  spans.graphicsBytes = 2;
+  ProxyData with_graphics;
+  ASSERT_TRUE(ReadProxyData(object, sizeof object, spans, 0x100, with_graphics));
+  EXPECT_EQ(with_graphics.graphics, (std::vector<uint8_t>{0b01011100, 0xFF}));
+
+  spans.dataEndBit = 8 * sizeof object + 1;  // past the object: refused
+  ProxyData refused;
+  EXPECT_FALSE(ReadProxyData(object, sizeof object, spans, 0x100, refused));
 }
 
 }  // namespace

@@ -8,7 +8,8 @@ Each case: {"id": ..., "output": "out.dxf", "r12": bool, "expected": {
   "layers": {name: [on, frozen]},
   "inserts": {handle: [block name, [[tag, value], ...], other_paper]},
   "texts": {handle: [value, other_paper]},
-  "mtexts": {handle: [value, plain lines, other_paper]}}}
+  "mtexts": {handle: [value, plain lines, other_paper]},
+  "proxies": count of ACAD_PROXY_ENTITY and ACAD_PROXY_OBJECT records}}
 The facts come from the engine's own reading of the DWG file. The output
 must open, its audit must report no error, and it must hold every listed
 layer, block reference with its attribute values, text and multi-line text
@@ -38,10 +39,16 @@ def check(case):
         doc = ezdxf.readfile(case["output"])
     except Exception as exc:
         return {"id": case["id"], "ok": False, "problems": [f"ezdxf cannot open the output: {exc}"[:300]]}
+    # Counted before the audit, which deletes what hangs on records a
+    # damaged drawing lacks.
+    proxies = sum(1 for e in doc.entitydb.values() if e.dxftype() in ("ACAD_PROXY_ENTITY", "ACAD_PROXY_OBJECT"))
     codes, listing = audit_codes(doc)
     if codes:
         problems.append(f"audit errors: {listing[:5]}")
     got = facts(doc, r12)
+    if not r12 and "proxies" in exp:
+        if proxies != exp["proxies"]:
+            problems.append(f"{proxies} proxy records, expected {exp['proxies']}")
     for name, state in exp["layers"].items():
         have = got["layers"].get(symbol(name, r12))
         if have is None:

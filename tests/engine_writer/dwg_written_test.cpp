@@ -64,6 +64,12 @@ json Expected(const Document& doc) {
       exp["mtexts"][handle] = {std::string(m->value), lines, other_paper};
     }
   };
+  // Objects of classes the reader does not decode travel as proxies.
+  size_t proxies = 0;
+  for (const auto& o : doc.all_objects()) {
+    if (!o->erased && !o->groups.empty() && o->type_name.starts_with("ACAD_PROXY_")) ++proxies;
+  }
+  exp["proxies"] = proxies;
   for (const Entity* e : doc.entities) add(e, false);
   for (const Block* block : doc.blocks) {
     if (block == doc.model_space() || block == doc.paper_space() || doc.LayoutOf(block) == nullptr) continue;

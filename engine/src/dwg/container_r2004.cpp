@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <set>
 
 #include "dwg/checksum.hpp"
 #include "dwg/container.hpp"
@@ -66,6 +67,7 @@ class Reader2004 {
   ReadError& error_;
   uint64_t budget_;
   std::map<uint32_t, uint64_t> pageAddress_;  // page number -> file offset
+  std::set<uint32_t> usedPages_;               // data pages already read
 };
 
 bool Reader2004::ReadSystemPage(uint64_t address, uint32_t expectedType, const char* what,
@@ -103,10 +105,21 @@ bool Reader2004::ReadSection(const SectionInfo& info, std::vector<uint8_t>& out)
   out.assign(static_cast<size_t>(size), 0);
   std::vector<uint8_t> page;
   const uint64_t n = file_.size();
+  // Pages follow each other in the section and each file page serves once;
+  // a damaged map that repeats or overlaps them must not multiply the work.
+  uint64_t end = 0;
+  bool skipped = false, missing = false;
   for (const SectionPage& sp : info.pages) {
     auto it = pageAddress_.find(sp.number);
     if (it == pageAddress_.end()) {
-      out_.warnings.push_back("section " + info.name + " refers to a missing page");
+      if (!missing) out_.warnings.push_back("section " + info.name + " refers to a missing page");
+      missing = true;
+      continue;
+    }
+    if (sp.startOffset >= size) continue;
+    if (sp.startOffset < end || !usedPages_.insert(sp.number).second) {
+      if (!skipped) out_.warnings.push_back("section " + info.name + " lists a page twice or out of order; it is skipped");
+      skipped = true;
       continue;
     }
     uint64_t address = it->second;
@@ -118,7 +131,6 @@ bool Reader2004::ReadSection(const SectionInfo& info, std::vector<uint8_t>& out)
     uint32_t dataSize = head[2];
     if (dataSize > n - address - 32) return Fail(kErrDamaged, "a page of section " + info.name + " is truncated");
     const uint8_t* data = file_.data() + address + 32;
-    if (sp.startOffset >= size) continue;
     size_t room = static_cast<size_t>(std::min<uint64_t>(size - sp.startOffset, info.maxPageSize));
     if (info.compressed == 2) {
       if (!DecompressPage(data, dataSize, info.maxPageSize, page))
@@ -127,6 +139,7 @@ bool Reader2004::ReadSection(const SectionInfo& info, std::vector<uint8_t>& out)
     } else {
       std::memcpy(out.data() + sp.startOffset, data, std::min<size_t>(room, dataSize));
     }
+    end = sp.startOffset + 1;
   }
   return true;
 }

@@ -255,15 +255,18 @@ bool Reader2007::ReadSection(const SectionInfo& info, std::vector<uint8_t>& out)
   // Pages follow each other in the section and each file page serves once;
   // a damaged map that repeats or overlaps them must not multiply the work.
   uint64_t end = 0;
+  bool skipped = false, missing = false;  // each named once per section
   for (const SectionPage& sp : info.pages) {
     if (sp.offset >= size) continue;
     auto it = pages_.find(sp.id);
     if (it == pages_.end()) {
-      out_.warnings.push_back("section " + info.name + " refers to a missing page");
+      if (!missing) out_.warnings.push_back("section " + info.name + " refers to a missing page");
+      missing = true;
       continue;
     }
     if (sp.offset < end || !usedPages_.insert(sp.id).second) {
-      out_.warnings.push_back("section " + info.name + " lists a page twice or out of order; it is skipped");
+      if (!skipped) out_.warnings.push_back("section " + info.name + " lists a page twice or out of order; it is skipped");
+      skipped = true;
       continue;
     }
     end = sp.offset + std::min(size - sp.offset, sp.size);

@@ -1,8 +1,12 @@
 #include "dwg/dxf_form.hpp"
 
 #include <algorithm>
+#include <span>
+#include <string>
 #include <unordered_set>
 
+#include "dwg/codepage.hpp"
+#include "dwg/xrecord.hpp"
 #include "model/record_encoder.hpp"
 #include "model/type_table.hpp"
 
@@ -11,6 +15,23 @@ namespace vantrove::engine::dwg {
 namespace {
 
 using types::FieldValues;
+
+// The format a proxy's data is in: the file's release number (low word)
+// and maintenance version (high word).
+uint32_t DrawingFormatCode(const Container& c) {
+  uint32_t release = 23;
+  switch (c.version) {
+    case Version::kR13: release = 19; break;
+    case Version::kR14: release = 21; break;
+    case Version::kR2000: release = 23; break;
+    case Version::kR2004: release = 25; break;
+    case Version::kR2007: release = 27; break;
+    case Version::kR2010: release = 29; break;
+    case Version::kR2013: release = 31; break;
+    case Version::kR2018: release = 33; break;
+  }
+  return release | (uint32_t{c.maintVersion} << 16);
+}
 
 int VersionRankOf(std::string_view acadver) {
   if (acadver.size() != 6 || acadver.substr(0, 4) != "AC10") return 15;
@@ -43,21 +64,29 @@ class FormBuilder {
   void EntityValues(const ObjectRecord& rec, const Object& object, FieldValues& v) const;
   void TypeValues(const ObjectRecord& rec, const Object& object, FieldValues& v) const;
   void TextValues(const TextData& t, const Object& object, FieldValues& v) const;
+  void ProxyBody(const ProxyData& p, std::vector<Group>& out) const;
 
   const DecodedDrawing& d_;
   Document& doc_;
   const std::unordered_map<uint64_t, Object*>& made_;
   const std::unordered_map<uint64_t, std::string_view>& names_;
   int rank_;
+  uint32_t format_ = DrawingFormatCode(d_.container);
+  TextDecoder text_{d_.container.codePage};  // text in XRECORD items
   std::unordered_map<uint64_t, const types::TypeDesc*> descs_;
   std::unordered_set<uint64_t> known_;
 };
 
 const types::TypeDesc* FormBuilder::DescOf(const ObjectRecord& rec, const Object& object) const {
   if (object.section == Section::kNone) return nullptr;  // in no block, table or section
+  if (std::holds_alternative<ProxyData>(rec.payload)) {
+    return types::FindType(rec.isEntity ? "ACAD_PROXY_ENTITY" : "ACAD_PROXY_OBJECT");
+  }
   const types::TypeDesc* desc = rec.type < 500 ? types::FindDwgType(rec.type) : nullptr;
   if (desc == nullptr) desc = types::FindType(object.type_name);
   if (desc == nullptr) return nullptr;
+  // A proxy stored as such in the file: its own layout is not decoded.
+  if (desc->dxf_name.starts_with("ACAD_PROXY_")) return nullptr;
   const bool bare = rec.type == kTypeEndblk || rec.type == kTypeSeqend || rec.type == kTypeBlock;
   if (!rec.dataOk && !bare) return nullptr;
   if (desc->dxf_name == "TABLE") {
@@ -150,8 +179,49 @@ void FormBuilder::TextValues(const TextData& t, const Object& object, FieldValue
   if (t.verticalAlign != 0) v.Int("vertical_align", t.verticalAlign);
 }
 
+// The proxy body of an object of an undecoded class: graphics (entities),
+// the data bits, the references and the format they are in. Written
+// straight into the document's storage: proxies can be large.
+void FormBuilder::ProxyBody(const ProxyData& p, std::vector<Group>& out) const {
+  TextArena& arena = doc_.text_arena();
+  // DXF 2013 and later count graphics and data in 160 and 161.
+  const bool wide = rank_ >= 27;
+  auto put = [&](int32_t code, std::string_view text) { out.emplace_back(code, arena.Store(text)); };
+  auto hex = [&](std::span<const uint8_t> bytes) {
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    constexpr size_t kChunk = 127;
+    for (size_t at = 0; at < bytes.size(); at += kChunk) {
+      const size_t n = std::min(kChunk, bytes.size() - at);
+      char* text = arena.Allocate(2 * n);
+      for (size_t i = 0; i < n; ++i) {
+        text[2 * i] = kDigits[bytes[at + i] >> 4];
+        text[2 * i + 1] = kDigits[bytes[at + i] & 15];
+      }
+      out.emplace_back(310, std::string_view(text, 2 * n));
+    }
+  };
+  if (!p.graphics.empty()) {
+    put(wide ? 160 : 92, std::to_string(p.graphics.size()));
+    hex(p.graphics);
+  }
+  put(wide ? 161 : 93, std::to_string(p.dataBits));
+  hex(p.data);
+  for (const auto& [code, handle] : p.ids) {
+    // Soft and hard owners and pointers as DXF names them; relative
+    // references (next and previous) are soft pointers.
+    put(code == 2 ? 350 : code == 3 ? 360 : code == 5 ? 340 : 330, FormatHandle(handle));
+  }
+  put(94, "0");
+  put(95, std::to_string(format_));
+  put(70, "0");
+}
+
 void FormBuilder::TypeValues(const ObjectRecord& rec, const Object& object, FieldValues& v) const {
-  if (const auto* f = std::get_if<FieldData>(&rec.payload)) {
+  if (const auto* proxy = std::get_if<ProxyData>(&rec.payload)) {
+    v.Int("class_id", proxy->classId);  // the body follows (ProxyBody)
+  } else if (const auto* x = std::get_if<XrecordData>(&rec.payload)) {
+    if (x->hasCloning) v.Int("cloning", x->cloning);  // the items follow (Run)
+  } else if (const auto* f = std::get_if<FieldData>(&rec.payload)) {
     v = f->values;
   } else if (const auto* t = std::get_if<TextData>(&rec.payload)) {
     TextValues(*t, object, v);
@@ -231,6 +301,7 @@ void FormBuilder::TypeValues(const ObjectRecord& rec, const Object& object, Fiel
       v.Append("entries", 3, name);
       v.Append("entries", code, FormatHandle(handle));
     }
+    if (Known(dict->defaultEntry)) v.Ref("default", dict->defaultEntry);
   } else if (const auto* lo = std::get_if<LayoutData>(&rec.payload)) {
     v.Text("page_setup", lo->pageSetupName);
     if (!lo->plotConfig.empty()) v.Text("plot_config", lo->plotConfig);
@@ -275,7 +346,14 @@ void FormBuilder::Run() {
     FieldValues values;
     TypeValues(rec, *object, values);
     if (desc.entity) EntityValues(rec, *object, values);
-    const std::vector<Group> groups = types::EncodeRecord(desc, head, values, rank_, doc_.text_arena());
+    std::vector<Group> groups = types::EncodeRecord(desc, head, values, rank_, doc_.text_arena());
+    if (const auto* proxy = std::get_if<ProxyData>(&rec.payload)) {
+      ProxyBody(*proxy, groups);  // the last field of the proxy types
+      object->type_name = desc.dxf_name;
+    } else if (const auto* x = std::get_if<XrecordData>(&rec.payload)) {
+      groups.reserve(groups.size() + x->data.size() / 8);
+      AppendXrecordItems(x->data, x->utf16, text_, doc_.text_arena(), groups);  // the last field
+    }
     object->groups = doc_.StoreGroups(groups);
   }
 }

@@ -1,8 +1,14 @@
 #include "dwg/objects.hpp"
 
+#include <string_view>
+#include <unordered_set>
+
 #include "dwg/checksum.hpp"
 #include "dwg/color.hpp"
+#include "dwg/lwpolyline.hpp"
+#include "dwg/proxy_data.hpp"
 #include "dwg/sections.hpp"
+#include "dwg/xrecord.hpp"
 
 namespace vantrove::engine::dwg {
 
@@ -103,6 +109,19 @@ const char* FixedTypeName(uint16_t t) {
   }
 }
 
+// True for the names of the types with a fixed number: a drawing of an
+// older version may give one of them (LWPOLYLINE, HATCH, XRECORD in R14) a
+// class number, but a DXF reader expects them as what they are, never as
+// proxies.
+bool IsFixedTypeName(std::string_view name) {
+  static const std::unordered_set<std::string_view> kNames = [] {
+    std::unordered_set<std::string_view> names;
+    for (uint16_t t = 1; t < 0x200; ++t) names.insert(FixedTypeName(t));
+    return names;
+  }();
+  return kNames.count(name) != 0;  // "" (no name) counts too: no class, no proxy
+}
+
 bool IsControlType(uint16_t t) {
   switch (t) {
     case 0x30: case 0x32: case 0x34: case 0x38: case 0x3C: case 0x3E: case 0x40: case 0x42: case 0x44: case 0x46:
@@ -163,7 +182,7 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
   size_t end = dataStart + size;
   size_t rawEnd = end + 2 <= section.size ? end + 2 : end;
   rec.offset = offset;
-  rec.raw.assign(section.data + offset, section.data + rawEnd);
+  rec.raw = std::span<const uint8_t>(section.data + offset, rawEnd - offset);
   if (rawEnd == end + 2) {
     uint16_t stored = static_cast<uint16_t>(section.data[end] | (section.data[end + 1] << 8));
     rec.crcOk = Crc16(0xC0C1, section.data + offset, end - offset) == stored;
@@ -220,12 +239,15 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
   uint8_t lineTypeFlags = 0, plotStyleFlags = 0, materialFlags = 0, shadowFlags = 0;
   bool fullVisual = false, faceVisual = false, edgeVisual = false;
   uint16_t colorRaw = 0;
+  ProxySpans spans;
   if (rec.isEntity) {
     if (d.B()) {
       uint64_t previewSize = s.R2010() ? d.BLL() : d.RL();
       if (previewSize > size) {
         d.Fail();
       } else {
+        spans.graphicsBit = d.position();
+        spans.graphicsBytes = static_cast<size_t>(previewSize);
         d.Seek(d.position() + static_cast<size_t>(previewSize) * 8);
       }
     }
@@ -271,6 +293,8 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
     if (s.R2013()) d.B();
   }
   if (d.failed() || bitSize > sizeBits || bitSize < d.position()) return false;
+  spans.dataBit = d.position();
+  spans.dataEndBit = bitSize;
 
   // The handle stream starts at bitSize; the data stream ends there.
   s.hdl = BitReader(section.data + dataStart, size);
@@ -324,7 +348,15 @@ bool ObjectDecoder::Decode(size_t offset, ObjectRecord& rec) {
   }
   if (s.hdl.failed()) return false;
   rec.commonOk = true;
+  spans.idsBit = s.hdl.position();
+  spans.idsEndBit = sizeBits;
   rec.dataOk = DecodeTyped(s, rec);
+  // A class the reader has no decoder for keeps its data for a proxy.
+  if (rec.type >= 500 && std::holds_alternative<std::monostate>(rec.payload) && !IsFixedTypeName(rec.dxfName)) {
+    ProxyData proxy;
+    proxy.classId = rec.type;
+    if (ReadProxyData(section.data + dataStart, size, spans, rec.handle, proxy)) rec.payload = std::move(proxy);
+  }
   return true;
 }
 
@@ -839,6 +871,24 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
     rec.payload = std::move(img);
     return ok();
   }
+  if (rec.isEntity && (rec.type == kTypeLwPolyline || name == "LWPOLYLINE")) {
+    FieldData f;
+    if (!ReadLwPolyline(d, s.R2000(), s.R2010(), f.values)) return false;
+    rec.payload = std::move(f);
+    return ok();
+  }
+  if (rec.type == kTypeXrecord || name == "XRECORD") {
+    const uint32_t count = d.BL();
+    if (count > d.remaining() / 8) return false;
+    XrecordData x;
+    x.data = d.Bytes(count);
+    x.utf16 = s.R2007();
+    if (!XrecordItemsFit(x.data, x.utf16)) return false;
+    x.hasCloning = s.R2000();
+    if (x.hasCloning) x.cloning = d.BS();
+    rec.payload = std::move(x);
+    return ok();
+  }
   if (name == "ACDBDICTIONARYWDFLT") {
     DictionaryData dict;
     uint32_t count = d.BL();
@@ -853,6 +903,7 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
     std::vector<uint64_t> items;
     s.Refs(count, items);
     for (size_t i = 0; i < names.size() && i < items.size(); ++i) dict.entries.emplace_back(names[i], items[i]);
+    dict.defaultEntry = s.Ref();
     rec.payload = std::move(dict);
     return ok();
   }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
@@ -32,6 +33,8 @@ enum ObjectType : uint16_t {
   kTypeBlockHeader = 0x31,
   kTypeLayerControl = 0x32,
   kTypeLayer = 0x33,
+  kTypeLwPolyline = 0x4D,
+  kTypeXrecord = 0x4F,
   kTypeLayout = 0x52,
 };
 
@@ -143,6 +146,7 @@ struct DictionaryData {
   std::vector<std::pair<std::string, uint64_t>> entries;
   uint8_t hardOwner = 0;
   uint16_t cloning = 0;
+  uint64_t defaultEntry = 0;  // ACDBDICTIONARYWDFLT: the entry for names it lacks
 };
 
 struct TableEntryData {   // other table entries: only the name is decoded
@@ -161,9 +165,30 @@ struct ControlData {      // table control objects
   uint64_t modelSpace = 0, paperSpace = 0;  // BLOCK_CONTROL only
 };
 
+// An object of a class the reader has no decoder for, as a proxy record
+// carries it: the class's own data bits (after the common part, in the
+// file's format), the references after the common ones, and an entity's
+// graphics as stored.
+struct ProxyData {
+  uint16_t classId = 0;                 // the class number (500 and up)
+  std::vector<uint8_t> graphics;        // entity graphics, as stored
+  std::vector<uint8_t> data;            // data bits, most significant first
+  size_t dataBits = 0;
+  std::vector<std::pair<uint8_t, uint64_t>> ids;  // reference code, absolute handle
+};
+
+// An XRECORD: its data bytes, whose items are known to fit them exactly
+// (they become groups when the DXF form is built).
+struct XrecordData {
+  std::string data;
+  bool utf16 = false;       // text in the items is UTF-16 (2007 and later)
+  bool hasCloning = false;  // 2000 and later
+  uint16_t cloning = 1;
+};
+
 using ObjectPayload = std::variant<std::monostate, TextData, InsertData, MTextData, ImageData, ImageDefData,
                                    BlockData, BlockHeaderData, LayerData, LayoutData, DictionaryData, ControlData, TableEntryData,
-                                   FieldData>;
+                                   FieldData, ProxyData, XrecordData>;
 
 struct ObjectRecord {
   uint64_t handle = 0;
@@ -173,8 +198,9 @@ struct ObjectRecord {
   size_t index = 0;         // position in the object map (handle order)
   size_t offset = 0;        // where the object starts in its section
   // Source form: the object's bytes from its size prefix to its check value
-  // inclusive, so that a writer can copy untouched objects as they came.
-  std::vector<uint8_t> raw;
+  // inclusive, so that a writer can copy untouched objects as they came
+  // (a view into the objects section, which the container owns).
+  std::span<const uint8_t> raw;
   std::vector<uint8_t> extendedData;  // EED block as stored (size, app handle, bytes)...
   // Common data.
   uint64_t owner = 0;

@@ -310,7 +310,26 @@ void Emitter::PassEntity(const Entity* entity) {
     SingleLineAttrib(static_cast<const Attrib*>(entity));
     return;
   }
+  if (entity->type_name == "ACAD_PROXY_ENTITY" && (source_rank_ >= 27) != (target_rank_ >= 27)) {
+    ProxyEntity(entity);
+    return;
+  }
   Raw(entity->type_name, entity->groups);
+}
+
+// A proxy entity counts its graphics, unknown data and data bits in 92, 96
+// and 93 before 2013 and in 160, 162 and 161 from 2013 on.
+void Emitter::ProxyEntity(const Entity* entity) {
+  const bool wide = target_rank_ >= 27;
+  bool own = false;
+  out_.Put(0, entity->type_name);
+  for (const Group& g : entity->groups) {
+    int32_t code = g.code;
+    if (code == 100) own = g.value() == "AcDbProxyEntity";
+    if (own && wide && (code == 92 || code == 93 || code == 96)) code = code == 92 ? 160 : code == 93 ? 161 : 162;
+    if (own && !wide && code >= 160 && code <= 162) code = code == 160 ? 92 : code == 161 ? 93 : 96;
+    out_.Put(code, g.value());
+  }
 }
 
 // Versions before 2018 have no multi-line attributes: the attribute keeps

@@ -99,6 +99,7 @@ class Emitter {
   void PassTables();
   void PassBlocks();
   void PassEntity(const Entity* entity);
+  void ProxyEntity(const Entity* entity);
   void SingleLineAttrib(const Attrib* attrib);
 
   // --- R12 and R10 targets ---

@@ -1,22 +1,35 @@
 #include "model/record_encoder.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <numbers>
 
 namespace vantrove::engine::types {
 
-std::string RealText(double value) {
+size_t RealChars(double value, char* out) {
   if (!std::isfinite(value)) value = 0.0;
   if (value == 0.0) value = 0.0;  // no "-0.0"
-  char buffer[64];
-  char* end = std::to_chars(buffer, buffer + sizeof(buffer), value).ptr;
-  std::string text(buffer, end);
-  const size_t e = text.find('e');
-  std::string mantissa = e == std::string::npos ? text : text.substr(0, e);
-  if (mantissa.find('.') == std::string::npos) mantissa += ".0";
-  if (e == std::string::npos) return mantissa;
-  return mantissa + "E" + text.substr(e + 1);
+  char buffer[32];
+  const char* begin = buffer;
+  const char* end = std::to_chars(buffer, buffer + sizeof(buffer), value).ptr;
+  const char* e = std::find(begin, end, 'e');
+  size_t n = 0;
+  for (const char* c = begin; c != e; ++c) out[n++] = *c;
+  if (std::find(begin, e, '.') == e) {
+    out[n++] = '.';
+    out[n++] = '0';
+  }
+  if (e != end) {
+    out[n++] = 'E';
+    for (const char* c = e + 1; c != end; ++c) out[n++] = *c;
+  }
+  return n;
+}
+
+std::string RealText(double value) {
+  char buffer[kRealChars];
+  return std::string(buffer, RealChars(value, buffer));
 }
 
 FieldValues::Value& FieldValues::Slot(std::string_view name) {

@@ -58,5 +58,9 @@ std::vector<Group> EncodeRecord(const TypeDesc& desc, const RecordHead& head, co
 
 // The shortest text that reads back as exactly `value` ("1.0", "0.25", "1.0E-07").
 std::string RealText(double value);
+// The same text written to `out` (room for kRealChars), without allocating;
+// returns its length.
+inline constexpr size_t kRealChars = 40;
+size_t RealChars(double value, char* out);
 
 }  // namespace vantrove::engine::types

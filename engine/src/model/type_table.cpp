@@ -281,6 +281,12 @@ constexpr Field kDictionary[] = {
     {"entries", 3, K::kGroups, B::kSpecial},
 };
 constexpr Part kDictionaryParts[] = {{"AcDbDictionary", kDictionary}};
+// A dictionary that names a default entry for the names it lacks.
+constexpr Field kDictionaryDefault[] = {
+    {"default", 340, K::kHandle, B::kH, kR14},
+};
+constexpr Part kDictionaryWithDefaultParts[] = {{"AcDbDictionary", kDictionary},
+                                                {"AcDbDictionaryWithDefault", kDictionaryDefault}};
 
 constexpr Field kImageDef[] = {
     {"class_version", 90, K::kInt, B::kBL, kR14, kLatest, "0"},
@@ -323,6 +329,45 @@ constexpr Field kLayout[] = {
 };
 constexpr Part kLayoutParts[] = {{"AcDbPlotSettings", kPlotSettings}, {"AcDbLayout", kLayout}};
 
+// A lightweight polyline: its vertices are a run of groups (10, 20, then
+// the vertex's id, widths and bulge where it has them).
+constexpr Field kLwPolyline[] = {
+    {"count", 90, K::kInt, B::kSpecial, kR14, kLatest, "0"},
+    {"flags", 70, K::kInt, B::kSpecial, kR14, kLatest, "0"},
+    {"const_width", 43, K::kReal, B::kSpecial, kR14},
+    {"elevation", 38, K::kReal, B::kSpecial, kR14},
+    {"thickness", 39, K::kReal, B::kSpecial, kR14},
+    {"vertices", 10, K::kGroups, B::kSpecial, kR14},
+    {"extrusion", 210, K::kPoint3, B::kSpecial, kR14},
+};
+constexpr Part kLwPolylineParts[] = {{"AcDbPolyline", kLwPolyline}};
+
+// An XRECORD: application data as (group code, value) items.
+constexpr Field kXrecord[] = {
+    {"cloning", 280, K::kInt, B::kBS, k2000, kLatest, "1"},
+    {"items", 1, K::kGroups, B::kSpecial},
+};
+constexpr Part kXrecordParts[] = {{"AcDbXrecord", kXrecord}};
+
+// ---- proxies --------------------------------------------------------------------------
+
+// A record of a class the reader has no decoder for, carried with the
+// class's own data as stored ("proxy_data", always last: the graphics, data
+// bits and references, laid out by the record's maker for the version it
+// writes).
+constexpr Field kProxyEntity[] = {
+    {"proxy_class", 90, K::kInt, B::kNone, kR13, kLatest, "498"},
+    {"class_id", 91, K::kInt, B::kNone, kR13, kLatest, "500"},
+    {"proxy_data", 92, K::kGroups, B::kSpecial, kR13},
+};
+constexpr Field kProxyObject[] = {
+    {"proxy_class", 90, K::kInt, B::kNone, kR13, kLatest, "499"},
+    {"class_id", 91, K::kInt, B::kNone, kR13, kLatest, "500"},
+    {"proxy_data", 93, K::kGroups, B::kSpecial, kR13},
+};
+constexpr Part kProxyEntityParts[] = {{"AcDbProxyEntity", kProxyEntity}};
+constexpr Part kProxyObjectParts[] = {{"AcDbProxyObject", kProxyObject}};
+
 // ---- the types ------------------------------------------------------------------------
 
 constexpr TypeDesc kTypes[] = {
@@ -356,6 +401,12 @@ constexpr TypeDesc kTypes[] = {
     {"DICTIONARY", 0x2A, false, 5, {}, kDictionaryParts},
     {"IMAGEDEF", 0, false, 5, {}, kImageDefParts},
     {"LAYOUT", 0x52, false, 5, {}, kLayoutParts},
+    {"LWPOLYLINE", 0x4D, true, 5, {}, kLwPolylineParts},
+    {"ACDBDICTIONARYWDFLT", 0, false, 5, {}, kDictionaryWithDefaultParts},
+    {"XRECORD", 0x4F, false, 5, {}, kXrecordParts},
+    {"ACDBPLACEHOLDER", 0x50, false, 5, {}, {}},
+    {"ACAD_PROXY_ENTITY", 0, true, 5, {}, kProxyEntityParts},
+    {"ACAD_PROXY_OBJECT", 0, false, 5, {}, kProxyObjectParts},
 };
 
 }  // namespace
