@@ -39,7 +39,10 @@ std::string VersionLabel(int32_t code) {
 std::string TargetVersion(const Document& doc, int32_t code, Status& status) {
   switch (code) {
     case kVersionKeep:
-      if (doc.format == DrawingFormat::kDwg && (doc.version == "AC1015" || doc.version == "AC1014")) return doc.version;
+      if (doc.format == DrawingFormat::kDwg &&
+          (doc.version == "AC1015" || doc.version == "AC1014" || doc.version == "AC1012")) {
+        return doc.version;
+      }
       if (doc.format != DrawingFormat::kDwg) {
         status = Status::Error(StatusCode::kDwgWriteNotSupported,
                                "Writing DWG files is not supported yet for a drawing read from DXF (choose the "
@@ -47,7 +50,7 @@ std::string TargetVersion(const Document& doc, int32_t code, Status& status) {
       } else {
         status = Status::Error(StatusCode::kDwgWriteNotSupported,
                                "Writing DWG files of the drawing's own version (" + doc.version +
-                                   ") is not supported yet (DWG 2000 and R14 are written)");
+                                   ") is not supported yet (DWG 2000, R14 and R13 are written)");
       }
       return {};
     case kVersion2000: return "AC1015";

@@ -1,8 +1,8 @@
 #pragma once
 // Writes a Document as a DWG file.
 //
-// Written today: AutoCAD 2000 ("AC1015") and R14 ("AC1014") for a drawing
-// read from a DWG file of that same version. Every object nobody edited is
+// Written today: AutoCAD 2000 ("AC1015"), R14 ("AC1014") and, with -1, R13
+// ("AC1012"), for a drawing read from a DWG file of that same version. Every object nobody edited is
 // copied bit for bit; edited objects are rebuilt with the edited fields
 // encoded anew; deleted ones are left out and whatever linked to them is
 // relinked. Other versions and drawings read from DXF answer with a status
