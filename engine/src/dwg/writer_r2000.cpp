@@ -90,38 +90,67 @@ bool RebuildSecondHeader(std::string_view source, uint32_t at, const Locator (&l
 
 }  // namespace
 
+namespace {
+
+// Modular values of the object map, byte aligned.
+void AppendUmc(std::string& out, uint64_t v) {
+  do {
+    auto b = static_cast<uint8_t>(v & 0x7F);
+    v >>= 7;
+    if (v != 0) b |= 0x80;
+    out.push_back(static_cast<char>(b));
+  } while (v != 0);
+}
+
+void AppendMc(std::string& out, int64_t v) {
+  const bool negative = v < 0;
+  uint64_t rest = negative ? uint64_t{0} - static_cast<uint64_t>(v) : static_cast<uint64_t>(v);
+  while (rest >= 0x40) {
+    out.push_back(static_cast<char>((rest & 0x7F) | 0x80));
+    rest >>= 7;
+  }
+  out.push_back(static_cast<char>(rest | (negative ? 0x40 : 0)));
+}
+
+}  // namespace
+
 std::string EncodeObjectMap(const std::vector<std::pair<uint64_t, uint64_t>>& offsets) {
   std::string out;
-  size_t i = 0;
-  auto closeChunk = [&](const BitWriter& chunk) {
-    std::string bytes;
-    const size_t size = chunk.bytes().size() + 2;
-    bytes.push_back(static_cast<char>(size >> 8));
-    bytes.push_back(static_cast<char>(size & 0xFF));
-    bytes.append(reinterpret_cast<const char*>(chunk.bytes().data()), chunk.bytes().size());
-    const uint16_t crc = Crc16(0xC0C1, reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-    bytes.push_back(static_cast<char>(crc >> 8));
-    bytes.push_back(static_cast<char>(crc & 0xFF));
-    out += bytes;
+  out.reserve(offsets.size() * 4 + 64);
+  // Each chunk: its size (big-endian, counting these two bytes), pairs of
+  // handle and offset differences starting from 0 and 0, and a big-endian
+  // check value over the chunk.
+  auto closeChunk = [&](size_t start) {
+    const size_t size = out.size() - start;
+    out[start] = static_cast<char>(size >> 8);
+    out[start + 1] = static_cast<char>(size & 0xFF);
+    const uint16_t crc = Crc16(0xC0C1, reinterpret_cast<const uint8_t*>(out.data()) + start, size);
+    out.push_back(static_cast<char>(crc >> 8));
+    out.push_back(static_cast<char>(crc & 0xFF));
   };
-  while (i < offsets.size()) {
-    BitWriter chunk;
+  size_t i = 0;
+  std::string pair;
+  do {
+    const size_t start = out.size();
+    out.append(2, '\0');
     uint64_t handle = 0;
     int64_t offset = 0;
-    // Each chunk starts from handle 0 and offset 0.
     while (i < offsets.size()) {
-      BitWriter pair;
-      pair.UMC(offsets[i].first - handle);
-      pair.MC(static_cast<int64_t>(offsets[i].second) - offset);
-      if (chunk.bytes().size() + pair.bytes().size() + 2 > kMapChunkLimit) break;
-      chunk.Append(pair);
+      pair.clear();
+      AppendUmc(pair, offsets[i].first - handle);
+      AppendMc(pair, static_cast<int64_t>(offsets[i].second) - offset);
+      if (out.size() - start + pair.size() > kMapChunkLimit) break;
+      out += pair;
       handle = offsets[i].first;
       offset = static_cast<int64_t>(offsets[i].second);
       ++i;
     }
-    closeChunk(chunk);
-  }
-  closeChunk(BitWriter());
+    closeChunk(start);
+  } while (i < offsets.size());
+  // An empty chunk closes the map.
+  const size_t start = out.size();
+  out.append(2, '\0');
+  closeChunk(start);
   return out;
 }
 
