@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "dwg/object_patch.hpp"
 #include "test_support.hpp"
 #include "vantrove/engine/component.hpp"
 #include "vantrove/engine/description.hpp"
@@ -294,6 +295,77 @@ TEST(DwgWriterPaths, ImageAndExternalReferencePathsAreWritten) {
     EXPECT_EQ(Described(reread), Described(doc));
   }
   if (!any) GTEST_SKIP() << "no corpus drawing of a written version has images or external references";
+}
+
+// The entities a GROUP or SORTENTSTABLE names, read from its stored bits.
+std::vector<uint64_t> ListedEntities(const Document& doc, const Object& object) {
+  std::vector<uint64_t> out;
+  dwg::Version version;
+  dwg::ParseVersionId(doc.version, version);
+  dwg::ObjectPatch patch;
+  if (!patch.Parse(DwgSourceOf(object)->bits, version, false)) return out;
+  dwg::BitReader d = patch.TypedData();
+  dwg::BitReader h = patch.TypedHandles();
+  uint32_t count = 0;
+  if (object.type_name == "GROUP") {
+    d.TV();
+    d.BS();
+    d.BS();
+    count = d.BL();
+  } else {
+    count = d.BL();
+    h.H();  // the block
+  }
+  for (uint32_t i = 0; i < count && !h.failed(); ++i) out.push_back(h.H().Resolve(object.handle));
+  return out;
+}
+
+TEST(DwgWriterDeletes, GroupsAndDrawOrderTablesLoseTheDeletedEntities) {
+  bool any = false;
+  for (const fs::path& path : WritableCorpus()) {
+    DrawingComponent component;
+    int32_t opened = 0;
+    component.OpenDrawing(opened, path.string(), "");
+    if (opened != 1) continue;
+    const Document& doc = *component.document();
+    // The first entity of each group and draw-order table goes.
+    std::vector<std::pair<uint64_t, uint64_t>> listsAndGone;
+    for (const auto& object : doc.all_objects()) {
+      if (object->type_name != "GROUP" && object->type_name != "SORTENTSTABLE") continue;
+      // Some files list null entries; those are not ours to judge.
+      auto listed = ListedEntities(doc, *object);
+      listed.erase(std::remove(listed.begin(), listed.end(), uint64_t{0}), listed.end());
+      if (listed.empty()) continue;
+      for (uint64_t h : listed) {
+        const Object* e = doc.Find(h);
+        ASSERT_TRUE(e != nullptr && e->is_entity()) << path.filename() << " lists " << FormatHandle(h);
+      }
+      component.DeleteObject(FormatHandle(listed.front()));
+      std::string status;
+      component.LastStatus(status);
+      if (status == "1000:Ok") listsAndGone.emplace_back(object->handle, listed.front());
+    }
+    if (listsAndGone.empty()) continue;
+    any = true;
+    SCOPED_TRACE(path.filename().string());
+    std::string written;
+    ASSERT_TRUE(WriteDwgToString(doc, kVersionKeep, written).ok());
+    Status status;
+    auto reread = ReadDwg(written, status);
+    ASSERT_TRUE(status.ok());
+    EXPECT_EQ(reread->warnings, doc.warnings);
+    for (const auto& [list, gone] : listsAndGone) {
+      const Object* object = reread->Find(list);
+      ASSERT_NE(object, nullptr);
+      for (uint64_t h : ListedEntities(*reread, *object)) {
+        EXPECT_NE(h, gone);
+        if (h != 0) {
+          EXPECT_NE(reread->Find(h), nullptr) << FormatHandle(h);
+        }
+      }
+    }
+  }
+  if (!any) GTEST_SKIP() << "no corpus drawing of a written version has groups or draw-order tables";
 }
 
 TEST_P(DwgWriterEdits, DamagedAndTruncatedCopiesFailCleanly) {

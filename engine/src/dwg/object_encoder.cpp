@@ -34,8 +34,15 @@ class Encoder {
 
  private:
   ObjectPatch* Patch(uint64_t handle);
+  struct BlockEnds {
+    HandleRef xrefBlock, block;
+    uint64_t first = 0, last = 0;
+    size_t restAt = 0;  // the block record's handles after these
+    bool valid = false, changed = false;
+  };
+  BlockEnds* Ends(uint64_t header);
+  void WriteBlockEnds();
   void RelinkAroundErased();
-  void SetBlockEnds(uint64_t header, uint64_t erased, uint64_t replacement, bool first);
   bool EncodeEdit(const Item& item, ObjectPatch& patch);
   BitWriter Text(std::string_view utf8);
   bool r2000() const { return version_ >= Version::kR2000; }
@@ -48,6 +55,11 @@ class Encoder {
   bool ReplaceImagePath(ObjectPatch& patch, std::string_view path);
   bool ReplaceXrefPath(ObjectPatch& patch, std::string_view path);
   bool ReplaceDictionary(ObjectPatch& patch, const Dictionary& dict);
+  // Groups and draw-order tables have no DXF form, so edits cannot clean
+  // them: the references to deleted entities are taken out here.
+  void CleanGroupsAndSortTables();
+  void CleanGroup(uint64_t handle);
+  void CleanSortTable(uint64_t handle);
 
   const Document& doc_;
   Version version_;
@@ -56,6 +68,7 @@ class Encoder {
   std::unordered_set<uint64_t> erased_;
   std::map<uint64_t, ObjectPatch> patches_;   // objects that change
   std::unordered_set<uint64_t> failed_;       // objects whose stored form did not parse
+  std::map<uint64_t, BlockEnds> ends_;        // block records by handle
 };
 
 ObjectPatch* Encoder::Patch(uint64_t handle) {
@@ -79,57 +92,14 @@ BitWriter Encoder::Text(std::string_view utf8) {
   return w;
 }
 
-// The entity links of R13-2000 run through every entity of a block; a
-// deleted entity's neighbours are linked to each other instead, and the
-// block record's first and last entity move past it.
-void Encoder::RelinkAroundErased() {
-  auto parsedLinks = [&](uint64_t h, uint64_t& prev, uint64_t& next) {
-    ObjectPatch* p = Patch(h);
-    if (p == nullptr) return false;
-    prev = p->prev();
-    next = p->next();
-    return true;
-  };
-  for (uint64_t gone : erased_) {
-    const Item& item = items_[gone];
-    if (!item.object->is_entity()) continue;
-    uint64_t prev = 0, next = 0;
-    if (!parsedLinks(gone, prev, next)) continue;
-    // Walk past neighbours that are deleted too.
-    uint64_t towardPrev = gone, towardNext = gone;
-    for (int guard = 0; erased_.count(prev) != 0 && guard < 1 << 20; ++guard) {
-      uint64_t p2 = 0, n2 = 0;
-      towardPrev = prev;
-      if (!parsedLinks(prev, p2, n2)) break;
-      prev = p2;
-    }
-    for (int guard = 0; erased_.count(next) != 0 && guard < 1 << 20; ++guard) {
-      uint64_t p2 = 0, n2 = 0;
-      towardNext = next;
-      if (!parsedLinks(next, p2, n2)) break;
-      next = n2;
-    }
-    // Only neighbours that really link to the deleted run are changed.
-    ObjectPatch* p = items_.count(prev) && erased_.count(prev) == 0 ? Patch(prev) : nullptr;
-    ObjectPatch* n = items_.count(next) && erased_.count(next) == 0 ? Patch(next) : nullptr;
-    const bool prevLinks = p != nullptr && p->isEntity() && p->next() == towardPrev;
-    const bool nextLinks = n != nullptr && n->isEntity() && n->prev() == towardNext;
-    if (prevLinks) p->SetLinks(p->prev(), nextLinks ? next : 0);
-    if (nextLinks) n->SetLinks(prevLinks ? prev : 0, n->next());
-    // The block record of the entity's block.
-    const auto* entity = static_cast<const Entity*>(item.object);
-    if (entity->block != nullptr && entity->block->record != nullptr) {
-      const uint64_t header = entity->block->record->handle;
-      SetBlockEnds(header, gone, nextLinks ? next : 0, true);
-      SetBlockEnds(header, gone, prevLinks ? prev : 0, false);
-    }
-  }
-}
-
-void Encoder::SetBlockEnds(uint64_t header, uint64_t erased, uint64_t replacement, bool first) {
+// The first and last entity a block record names; the records of external
+// references have none.
+Encoder::BlockEnds* Encoder::Ends(uint64_t header) {
+  auto found = ends_.find(header);
+  if (found != ends_.end()) return found->second.valid ? &found->second : nullptr;
+  BlockEnds& ends = ends_[header];
   ObjectPatch* patch = Patch(header);
-  if (patch == nullptr || patch->type() != 0x31) return;
-  // External references hold no entity chain.
+  if (patch == nullptr || patch->type() != 0x31) return nullptr;
   BitReader data = patch->TypedData();
   data.TV();
   data.B();
@@ -139,23 +109,83 @@ void Encoder::SetBlockEnds(uint64_t header, uint64_t erased, uint64_t replacemen
   data.B();
   const bool xref = data.B();
   const bool overlay = data.B();
-  if (data.failed() || xref || overlay) return;
+  if (data.failed() || xref || overlay) return nullptr;
+  // Table entries begin their handles with the external reference block.
   BitReader h = patch->TypedHandles();
-  const HandleRef block = h.H();
-  HandleRef firstRef = h.H();
-  HandleRef lastRef = h.H();
-  if (h.failed()) return;
-  const uint64_t own = patch->handle();
-  uint64_t firstH = firstRef.Resolve(own), lastH = lastRef.Resolve(own);
-  if (first && firstH == erased) firstH = replacement;
-  if (!first && lastH == erased) lastH = replacement;
-  if (firstH == firstRef.Resolve(own) && lastH == lastRef.Resolve(own)) return;
-  BitWriter w;
-  w.H(block);
-  w.H(4, firstH);
-  w.H(4, lastH);
-  w.AppendBits(h.data(), h.position(), h.sizeBytes() * 8 - h.position());
-  patch->ReplaceTypedHandles(w);
+  ends.xrefBlock = h.H();
+  ends.block = h.H();
+  ends.first = h.H().Resolve(header);
+  ends.last = h.H().Resolve(header);
+  ends.restAt = h.position();
+  ends.valid = !h.failed();
+  return ends.valid ? &ends : nullptr;
+}
+
+void Encoder::WriteBlockEnds() {
+  for (auto& [header, ends] : ends_) {
+    if (!ends.valid || !ends.changed) continue;
+    ObjectPatch* patch = Patch(header);
+    BitReader h = patch->TypedHandles();
+    BitWriter w;
+    w.H(ends.xrefBlock);
+    w.H(ends.block);
+    w.H(4, ends.first);
+    w.H(4, ends.last);
+    w.AppendBits(h.data(), ends.restAt, h.sizeBytes() * 8 - ends.restAt);
+    patch->ReplaceTypedHandles(w);
+  }
+}
+
+// The entity links of R13-2000 run through the entities of a block, from
+// the first to the last its block record names. A deleted entity's
+// predecessor is linked to its successor instead (the chain is followed
+// forwards), the successor back to the predecessor when it linked back to
+// the deleted one, and the block record's ends move past it.
+void Encoder::RelinkAroundErased() {
+  std::vector<uint64_t> gone(erased_.begin(), erased_.end());
+  std::sort(gone.begin(), gone.end());
+  for (uint64_t handle : gone) {
+    const Item& item = items_[handle];
+    if (!item.object->is_entity()) continue;
+    const Block* block = static_cast<const Entity*>(item.object)->block;
+    if (block == nullptr || block->record == nullptr) continue;
+    BlockEnds* ends = Ends(block->record->handle);
+    ObjectPatch* self = Patch(handle);
+    if (ends == nullptr || self == nullptr) continue;
+    auto liveInBlock = [&](uint64_t h) -> ObjectPatch* {
+      auto it = items_.find(h);
+      if (h == 0 || erased_.count(h) != 0 || it == items_.end() || !it->second.object->is_entity()) return nullptr;
+      if (static_cast<const Entity*>(it->second.object)->block != block) return nullptr;
+      return Patch(h);
+    };
+    // Past the neighbours that are deleted too, not past the block's ends.
+    uint64_t towardPrev = handle, prev = handle == ends->first ? 0 : self->prev();
+    for (int guard = 0; prev != 0 && erased_.count(prev) != 0 && guard < 1 << 20; ++guard) {
+      ObjectPatch* q = Patch(prev);
+      towardPrev = prev;
+      prev = q == nullptr || prev == ends->first ? 0 : q->prev();
+    }
+    uint64_t towardNext = handle, next = handle == ends->last ? 0 : self->next();
+    for (int guard = 0; next != 0 && erased_.count(next) != 0 && guard < 1 << 20; ++guard) {
+      ObjectPatch* q = Patch(next);
+      towardNext = next;
+      next = q == nullptr || next == ends->last ? 0 : q->next();
+    }
+    ObjectPatch* p = liveInBlock(prev);
+    if (p != nullptr && p->next() != towardPrev) p = nullptr;
+    ObjectPatch* n = liveInBlock(next);
+    if (p != nullptr) p->SetLinks(p->prev(), n != nullptr ? next : 0);
+    if (n != nullptr && n->prev() == towardNext) n->SetLinks(p != nullptr ? prev : 0, n->next());
+    if (ends->first == handle) {
+      ends->first = n != nullptr ? next : 0;
+      ends->changed = true;
+    }
+    if (ends->last == handle) {
+      ends->last = p != nullptr ? prev : 0;
+      ends->changed = true;
+    }
+  }
+  WriteBlockEnds();
 }
 
 bool Encoder::SkipTextPart(BitReader& d) {
@@ -310,6 +340,78 @@ bool Encoder::ReplaceDictionary(ObjectPatch& patch, const Dictionary& dict) {
   return true;
 }
 
+void Encoder::CleanGroupsAndSortTables() {
+  if (erased_.empty()) return;
+  for (const auto& [handle, item] : items_) {
+    if (item.object->erased) continue;
+    if (item.object->type_name == "GROUP") CleanGroup(handle);
+    if (item.object->type_name == "SORTENTSTABLE") CleanSortTable(handle);
+  }
+}
+
+// GROUP: description, unnamed and selectable flags, then the count of its
+// entities, which are listed in the handle stream.
+void Encoder::CleanGroup(uint64_t handle) {
+  ObjectPatch* patch = Patch(handle);
+  if (patch == nullptr) return;
+  BitReader d = patch->TypedData();
+  d.TV();
+  d.BS();
+  d.BS();
+  const size_t countAt = d.position();
+  const uint32_t count = d.BL();
+  const size_t countEnd = d.position();
+  BitReader h = patch->TypedHandles();
+  if (d.failed() || !h.CanRead(count, 8)) return;
+  BitWriter kept;
+  uint32_t keptCount = 0;
+  for (uint32_t i = 0; i < count; ++i) {
+    const HandleRef ref = h.H();
+    if (erased_.count(ref.Resolve(handle)) != 0) continue;
+    kept.H(ref);
+    ++keptCount;
+  }
+  if (h.failed() || keptCount == count) return;
+  BitWriter countBits;
+  countBits.BL(keptCount);
+  patch->ReplaceData(countAt, countEnd, countBits);
+  kept.AppendBits(h.data(), h.position(), h.sizeBytes() * 8 - h.position());
+  patch->ReplaceTypedHandles(kept);
+}
+
+// SORTENTSTABLE: the count and the sort handles in the data stream; the
+// block and the entities in the handle stream, pair by pair.
+void Encoder::CleanSortTable(uint64_t handle) {
+  ObjectPatch* patch = Patch(handle);
+  if (patch == nullptr) return;
+  BitReader d = patch->TypedData();
+  const size_t from = d.position();
+  const uint32_t count = d.BL();
+  BitReader h = patch->TypedHandles();
+  if (d.failed() || !d.CanRead(count, 8) || !h.CanRead(count, 8)) return;
+  std::vector<HandleRef> sorts(count);
+  for (HandleRef& r : sorts) r = d.H();
+  const size_t to = d.position();
+  const HandleRef block = h.H();
+  BitWriter data, handles;
+  handles.H(block);
+  uint32_t kept = 0;
+  BitWriter keptSorts;
+  for (uint32_t i = 0; i < count; ++i) {
+    const HandleRef entity = h.H();
+    if (erased_.count(entity.Resolve(handle)) != 0) continue;
+    keptSorts.H(sorts[i]);
+    handles.H(entity);
+    ++kept;
+  }
+  if (d.failed() || h.failed() || kept == count) return;
+  data.BL(kept);
+  data.Append(keptSorts);
+  patch->ReplaceData(from, to, data);
+  handles.AppendBits(h.data(), h.position(), h.sizeBytes() * 8 - h.position());
+  patch->ReplaceTypedHandles(handles);
+}
+
 bool Encoder::EncodeEdit(const Item& item, ObjectPatch& patch) {
   const Object& o = *item.object;
   std::vector<uint64_t> reactors;
@@ -348,6 +450,7 @@ bool Encoder::Run(std::vector<EncodedObject>& out, EncodeReport& report, std::st
     if (object->erased) erased_.insert(object->handle);
   }
   RelinkAroundErased();
+  CleanGroupsAndSortTables();
   std::map<std::string, size_t> unchanged;
   for (const auto& [handle, item] : items_) {
     if (item.object->erased || !Edited(item)) continue;

@@ -42,7 +42,10 @@ bool ObjectPatch::Parse(std::string_view stored, Version version, bool entity) {
   uint8_t lineTypeFlags = 0, plotStyleFlags = 0;
   uint8_t mode = 0;
   if (entity_) {
-    if (d.B()) d.Seek(d.position() + size_t{d.RL()} * 8);  // preview
+    if (d.B()) {  // a preview
+      const size_t previewBytes = d.RL();
+      d.Seek(d.position() + previewBytes * 8);
+    }
     if (!r2000) {
       bitSizeAt_ = d.position();
       bitSize = d.RL();
