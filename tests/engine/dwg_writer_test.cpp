@@ -70,6 +70,13 @@ std::string Described(const Document& doc) {
   return out;
 }
 
+// The description of an edited drawing counts deleted objects too.
+std::string WithoutObjectCount(std::string described) {
+  const size_t from = described.find("<NumberOfObjects>");
+  if (from != std::string::npos) described.erase(from, described.find('\n', from) - from);
+  return described;
+}
+
 std::unique_ptr<Document> ReadDwg(const std::string& bytes, Status& status) {
   auto doc = std::make_unique<Document>();
   status = ReadDwgBuffer(Bytes(bytes), "written.dwg", *doc);
@@ -226,13 +233,7 @@ TEST_P(DwgWriterEdits, EditedAttributesTextsLayersAndDeletionsSurviveTheSave) {
     component_.DeleteObject(FormatHandle(plainInsert->handle));
     ASSERT_EQ(LastStatus(), "1000:Ok");
   }
-  // The description of the edited drawing counts deleted objects too.
-  auto withoutCount = [](std::string described) {
-    const size_t from = described.find("<NumberOfObjects>");
-    if (from != std::string::npos) described.erase(from, described.find('\n', from) - from);
-    return described;
-  };
-  const std::string expected = withoutCount(Described(doc));
+  const std::string expected = WithoutObjectCount(Described(doc));
 
   const fs::path out = dir_ / "edited.dwg";
   component_.SaveAs(out.string(), kVersionKeep);
@@ -240,7 +241,7 @@ TEST_P(DwgWriterEdits, EditedAttributesTextsLayersAndDeletionsSurviveTheSave) {
   Document reread;
   ASSERT_TRUE(ReadDwgFile(out.string(), reread).ok());
   EXPECT_EQ(reread.warnings, doc.warnings);
-  EXPECT_EQ(withoutCount(Described(reread)), expected);
+  EXPECT_EQ(WithoutObjectCount(Described(reread)), expected);
   EXPECT_EQ(reread.Find(deleted), nullptr);
   // No entity of any block was lost with the deleted ones.
   size_t before = 0, after = 0;
@@ -295,6 +296,41 @@ TEST(DwgWriterPaths, ImageAndExternalReferencePathsAreWritten) {
     EXPECT_EQ(Described(reread), Described(doc));
   }
   if (!any) GTEST_SKIP() << "no corpus drawing of a written version has images or external references";
+}
+
+// Deleting every n-th entity of every block (n = 1: all of them) keeps
+// every other entity in its block and the description as the edited
+// drawing's.
+TEST(DwgWriterDeletes, ManyDeletionsInEveryBlockKeepTheOtherEntities) {
+  const auto files = WritableCorpus();
+  if (files.empty()) GTEST_SKIP() << "no DWG of a written version in the corpus at " << kCorpus;
+  for (const fs::path& path : files) {
+    for (size_t every : {size_t{3}, size_t{2}, size_t{1}}) {
+      Document doc;
+      if (!ReadDwgFile(path.string(), doc).ok()) continue;
+      SCOPED_TRACE(path.filename().string() + " every " + std::to_string(every));
+      DrawingEditor editor(doc);
+      std::vector<uint64_t> targets;
+      for (const Block* block : doc.blocks) {
+        for (size_t i = 0; i < block->entities.size(); i += every) targets.push_back(block->entities[i]->handle);
+      }
+      size_t deleted = 0;
+      for (uint64_t h : targets) deleted += editor.DeleteObject(FormatHandle(h)).ok() ? 1 : 0;
+      ASSERT_GT(deleted, 0u);
+      std::string written;
+      const Status saved = WriteDwgToString(doc, kVersionKeep, written);
+      ASSERT_TRUE(saved.ok()) << saved.Text();
+      Status status;
+      auto reread = ReadDwg(written, status);
+      ASSERT_TRUE(status.ok()) << status.Text();
+      EXPECT_EQ(reread->warnings, doc.warnings);
+      size_t before = 0, after = 0;
+      for (const Block* b : doc.blocks) before += b->entities.size();
+      for (const Block* b : reread->blocks) after += b->entities.size();
+      EXPECT_EQ(after, before);
+      EXPECT_EQ(WithoutObjectCount(Described(*reread)), WithoutObjectCount(Described(doc)));
+    }
+  }
 }
 
 // The entities a GROUP or SORTENTSTABLE names, read from its stored bits.

@@ -25,6 +25,16 @@ bool Edited(const Item& item) {
   return now.data() != read.data() || now.size() != read.size();
 }
 
+// What an entity is chained under: its block reference (attributes) or its
+// block.
+const Object* ChainOf(const Object& object) {
+  if (object.kind() == ObjectKind::kAttrib) {
+    const Insert* insert = static_cast<const Attrib&>(object).insert;
+    if (insert != nullptr) return insert;
+  }
+  return static_cast<const Entity&>(object).block;
+}
+
 class Encoder {
  public:
   Encoder(const Document& doc, Version version) : doc_(doc), version_(version) {
@@ -34,13 +44,18 @@ class Encoder {
 
  private:
   ObjectPatch* Patch(uint64_t handle);
+  // The ends of an entity chain: a block record's first and last entity, or
+  // a block reference's first and last attribute.
   struct BlockEnds {
-    HandleRef xrefBlock, block;
+    HandleRef xrefBlock, block, seqend;
     uint64_t first = 0, last = 0;
-    size_t restAt = 0;  // the block record's handles after these
+    size_t restAt = 0;  // the owner's handles after these
     bool valid = false, changed = false;
+    bool insert = false;
+    size_t hasAttribsAt = 0;  // INSERT: the "attributes follow" bit
   };
-  BlockEnds* Ends(uint64_t header);
+  BlockEnds* Ends(uint64_t owner);
+  BlockEnds* InsertEnds(uint64_t insert, BlockEnds& ends);
   void WriteBlockEnds();
   void RelinkAroundErased();
   bool EncodeEdit(const Item& item, ObjectPatch& patch);
@@ -99,6 +114,7 @@ Encoder::BlockEnds* Encoder::Ends(uint64_t header) {
   if (found != ends_.end()) return found->second.valid ? &found->second : nullptr;
   BlockEnds& ends = ends_[header];
   ObjectPatch* patch = Patch(header);
+  if (patch != nullptr && (patch->type() == 0x07 || patch->type() == 0x08)) return InsertEnds(header, ends);
   if (patch == nullptr || patch->type() != 0x31) return nullptr;
   BitReader data = patch->TypedData();
   data.TV();
@@ -121,16 +137,64 @@ Encoder::BlockEnds* Encoder::Ends(uint64_t header) {
   return ends.valid ? &ends : nullptr;
 }
 
+// INSERT and MINSERT: point, scale, rotation, extrusion, the "attributes
+// follow" bit (MINSERT's rows and columns come after it); the block record,
+// then with attributes the first, the last and the SEQEND.
+Encoder::BlockEnds* Encoder::InsertEnds(uint64_t insert, BlockEnds& ends) {
+  ObjectPatch* patch = Patch(insert);
+  BitReader d = patch->TypedData();
+  d.BD3();
+  if (r2000()) {
+    switch (d.BB()) {
+      case 0: {
+        const double x = d.RD();
+        d.DD(x);
+        d.DD(x);
+        break;
+      }
+      case 1:
+        d.DD(1.0);
+        d.DD(1.0);
+        break;
+      case 2: d.RD(); break;
+      default: break;
+    }
+  } else {
+    d.BD3();
+  }
+  d.BD();
+  d.BD3();
+  ends.hasAttribsAt = d.position();
+  if (!d.B() || d.failed()) return nullptr;
+  BitReader h = patch->TypedHandles();
+  ends.insert = true;
+  ends.block = h.H();
+  ends.first = h.H().Resolve(insert);
+  ends.last = h.H().Resolve(insert);
+  ends.seqend = h.H();
+  ends.restAt = h.position();
+  ends.valid = !h.failed();
+  return ends.valid ? &ends : nullptr;
+}
+
 void Encoder::WriteBlockEnds() {
-  for (auto& [header, ends] : ends_) {
+  for (auto& [owner, ends] : ends_) {
     if (!ends.valid || !ends.changed) continue;
-    ObjectPatch* patch = Patch(header);
+    ObjectPatch* patch = Patch(owner);
     BitReader h = patch->TypedHandles();
     BitWriter w;
-    w.H(ends.xrefBlock);
+    if (!ends.insert) w.H(ends.xrefBlock);
     w.H(ends.block);
-    w.H(4, ends.first);
-    w.H(4, ends.last);
+    if (ends.insert && ends.first == 0) {
+      // The last attribute went: no attributes follow, no SEQEND is named.
+      BitWriter no;
+      no.B(false);
+      patch->ReplaceData(ends.hasAttribsAt, ends.hasAttribsAt + 1, no);
+    } else {
+      w.H(4, ends.first);
+      w.H(4, ends.last);
+      if (ends.insert) w.H(ends.seqend);
+    }
     w.AppendBits(h.data(), ends.restAt, h.sizeBytes() * 8 - ends.restAt);
     patch->ReplaceTypedHandles(w);
   }
@@ -147,15 +211,23 @@ void Encoder::RelinkAroundErased() {
   for (uint64_t handle : gone) {
     const Item& item = items_[handle];
     if (!item.object->is_entity()) continue;
-    const Block* block = static_cast<const Entity*>(item.object)->block;
-    if (block == nullptr || block->record == nullptr) continue;
-    BlockEnds* ends = Ends(block->record->handle);
+    // Attributes are chained under their block reference, other entities
+    // under their block.
+    const Object* chain = ChainOf(*item.object);
+    uint64_t owner = 0;
+    if (chain != nullptr && chain->kind() == ObjectKind::kInsert) {
+      owner = chain->handle;
+    } else if (chain != nullptr && static_cast<const Block*>(chain)->record != nullptr) {
+      owner = static_cast<const Block*>(chain)->record->handle;
+    }
+    if (owner == 0 || erased_.count(owner) != 0) continue;
+    BlockEnds* ends = Ends(owner);
     ObjectPatch* self = Patch(handle);
     if (ends == nullptr || self == nullptr) continue;
     auto liveInBlock = [&](uint64_t h) -> ObjectPatch* {
       auto it = items_.find(h);
       if (h == 0 || erased_.count(h) != 0 || it == items_.end() || !it->second.object->is_entity()) return nullptr;
-      if (static_cast<const Entity*>(it->second.object)->block != block) return nullptr;
+      if (ChainOf(*it->second.object) != chain) return nullptr;
       return Patch(h);
     };
     // Past the neighbours that are deleted too, not past the block's ends.
@@ -435,6 +507,11 @@ bool Encoder::EncodeEdit(const Item& item, ObjectPatch& patch) {
       if (block.record == nullptr) return false;
       ObjectPatch* record = Patch(block.record->handle);
       return record != nullptr && ReplaceXrefPath(*record, block.xref_path);
+    }
+    case ObjectKind::kInsert: {
+      // Deleted attributes: the chain's ends were moved above.
+      auto ends = ends_.find(o.handle);
+      return reactorsCleaned || (ends != ends_.end() && ends->second.changed);
     }
     default:
       // Only the reactors are known to change for other types.

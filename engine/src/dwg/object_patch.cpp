@@ -148,6 +148,13 @@ void ObjectPatch::SetReactors(std::vector<uint64_t> reactors) {
 }
 
 void ObjectPatch::ReplaceData(size_t from, size_t to, const BitWriter& bits) {
+  // A later replacement of the same range wins.
+  for (Splice& s : splices_) {
+    if (s.from == from && s.to == to) {
+      s.bits = bits;
+      return;
+    }
+  }
   splices_.push_back({from, to, bits});
   std::sort(splices_.begin(), splices_.end(), [](const Splice& a, const Splice& b) { return a.from < b.from; });
 }
@@ -161,6 +168,7 @@ std::vector<uint8_t> ObjectPatch::Rebuild() const {
   BitWriter w;
   size_t at = 0;
   for (const Splice& s : splices_) {
+    if (s.from < at) continue;  // overlaps an earlier one: not accepted
     w.AppendBits(data(), at, s.from - at);
     w.Append(s.bits);
     at = s.to;
