@@ -17,6 +17,8 @@
 #include <vector>
 
 #include "dwg/object_patch.hpp"
+#include "dwg/sections.hpp"
+#include "dwg/writer_r2000.hpp"
 #include "test_support.hpp"
 #include "vantrove/engine/component.hpp"
 #include "vantrove/engine/description.hpp"
@@ -108,6 +110,36 @@ std::map<std::string, int> GdalLayers(const fs::path& file, bool& opened) {
 }
 
 bool HaveGdal() { return std::system("ogrinfo --version > /dev/null 2>&1") == 0; }
+
+TEST(DwgObjectMap, ChunksStayWithinTheLimitAndReadBackInOrder) {
+  // Handles with gaps, offsets that go back and forth.
+  std::vector<std::pair<uint64_t, uint64_t>> offsets;
+  uint64_t handle = 1;
+  for (uint64_t i = 0; i < 5000; ++i) {
+    handle += 1 + (i % 7 == 0 ? 300 : 0);
+    offsets.emplace_back(handle, i % 2 == 0 ? 100000 + i * 40 : 9000000 - i * 13);
+  }
+  const std::string map = dwg::EncodeObjectMap(offsets);
+  const auto* bytes = reinterpret_cast<const uint8_t*>(map.data());
+  size_t chunks = 0;
+  for (size_t at = 0; at + 2 <= map.size(); ++chunks) {
+    const size_t size = (size_t{bytes[at]} << 8) | bytes[at + 1];
+    EXPECT_LE(size, dwg::kMapChunkLimit);
+    at += size + 2;
+  }
+  EXPECT_GT(chunks, 5u);
+  std::vector<dwg::MapEntry> read;
+  std::vector<std::string> warnings;
+  dwg::ParseObjectMap(dwg::ByteView{bytes, map.size()}, read, warnings);
+  EXPECT_TRUE(warnings.empty());
+  ASSERT_EQ(read.size(), offsets.size());
+  for (size_t i = 0; i < read.size(); ++i) {
+    EXPECT_EQ(read[i].handle, offsets[i].first);
+    EXPECT_EQ(static_cast<uint64_t>(read[i].offset), offsets[i].second);
+  }
+  // An empty map is one closing chunk.
+  EXPECT_EQ(dwg::EncodeObjectMap({}).size(), 4u);
+}
 
 TEST(DwgWriter, EveryCorpusDrawingOfAWrittenVersionReopensWithTheSameDescription) {
   const auto files = WritableCorpus();

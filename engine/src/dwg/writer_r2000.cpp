@@ -130,7 +130,7 @@ std::string EncodeObjectMap(const std::vector<std::pair<uint64_t, uint64_t>>& of
   };
   size_t i = 0;
   std::string pair;
-  do {
+  while (i < offsets.size()) {
     const size_t start = out.size();
     out.append(2, '\0');
     uint64_t handle = 0;
@@ -146,7 +146,7 @@ std::string EncodeObjectMap(const std::vector<std::pair<uint64_t, uint64_t>>& of
       ++i;
     }
     closeChunk(start);
-  } while (i < offsets.size());
+  }
   // An empty chunk closes the map.
   const size_t start = out.size();
   out.append(2, '\0');
