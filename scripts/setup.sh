@@ -14,6 +14,8 @@ packages=(
   qt6-base-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev python3-ezdxf
+  # an independent reader of written DWG 2000 files (GDAL's CAD driver, ogrinfo)
+  gdal-bin
   # Word and Excel files: encryption, independent readers, rendering, benchmark peer
   libssl-dev python3-openpyxl python3-docx python3-msoffcrypto-tool poppler-utils libxlsxwriter-dev
   libreoffice-calc-nogui libreoffice-writer-nogui fonts-dejavu-core fonts-liberation2

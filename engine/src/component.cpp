@@ -9,6 +9,7 @@
 #include "vantrove/engine/description.hpp"
 #include "vantrove/engine/document.hpp"
 #include "vantrove/engine/dwg_reader.hpp"
+#include "vantrove/engine/dwg_writer.hpp"
 #include "vantrove/engine/dxf_reader.hpp"
 #include "vantrove/engine/dxf_writer.hpp"
 #include "vantrove/engine/edits.hpp"
@@ -130,7 +131,11 @@ void DrawingComponent::SaveAs(const std::string& path_in, int32_t version) {
   }
   const std::string extension = path.size() >= 4 ? Lower(path.substr(path.size() - 4)) : std::string();
   if (extension == ".dwg") {
-    impl_->Set(Status::Error(StatusCode::kDwgWriteNotSupported, "Writing DWG files is not supported yet: " + path));
+    try {
+      impl_->Set(WriteDwgFile(*impl_->document, version, path));
+    } catch (const std::exception& e) {
+      impl_->Set(Status::Error(StatusCode::kCannotWriteFile, std::string("Cannot write the file (") + e.what() + "): " + path));
+    }
     return;
   }
   if (extension != ".dxf") {

@@ -211,7 +211,7 @@ TEST_F(Edits, LayerStates) {
 TEST_F(Edits, SaveChecksTypeVersionAndFolder) {
   const std::string dwg = (dir_ / "plan.dwg").string();
   component_.SaveAs(dwg, 2018);
-  EXPECT_EQ(Status(), "1405:Writing DWG files is not supported yet: " + dwg);
+  EXPECT_EQ(Status(), "1405:Writing DWG 2018 files is not supported yet (DWG 2000 is written): " + dwg);
   component_.SaveAs((dir_ / "plan.txt").string(), 2018);
   EXPECT_EQ(Code(), "1406:");
   component_.SaveAs((dir_ / "plan.dxf").string(), 2099);

@@ -128,6 +128,20 @@ bool ReadContainerR13(const std::vector<uint8_t>& file, Container& out, ReadErro
   };
   if (!section(0, "header variables", out.header)) return false;
   if (!section(1, "classes", out.classes)) return false;
+  // Both sections: a sentinel, their size, the data and a check value over
+  // the size and the data.
+  auto check = [&](const ByteView& v, const char* name) {
+    if (v.size < 16 + 4 + 2) return;
+    const uint32_t size = Le32(v.data + 16);
+    if (size > v.size - 16 - 4 - 2) {
+      out.warnings.push_back(std::string(name) + " section is truncated");
+      return;
+    }
+    if (Crc16(0xC0C1, v.data + 16, size_t{size} + 4) != Le16(v.data + 20 + size))
+      out.warnings.push_back(std::string(name) + " section check value does not match");
+  };
+  check(out.header, "header variables");
+  check(out.classes, "classes");
   if (!section(2, "object map", out.objectMap)) return false;
   out.objects = {f, n};
   return true;

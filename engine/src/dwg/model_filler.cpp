@@ -13,6 +13,7 @@
 #include "dwg/codepage.hpp"
 #include "dwg/decoder.hpp"
 #include "dwg/dxf_form.hpp"
+#include "dwg/source_sections.hpp"
 #include "vantrove/engine/dwg_reader.hpp"
 
 namespace vantrove::engine {
@@ -503,6 +504,7 @@ Status ReadDwgBuffer(const std::vector<uint8_t>& bytes, const std::string& name,
     if (!dwg::DecodeDrawing(bytes, decoded, error)) return FromError(error, name);
     document.source_path = name;
     Filler(decoded, document).Run();
+    dwg::KeepSourceSections(bytes, decoded, document);
     return Status::Ok();
   } catch (const std::bad_alloc&) {
     return Status::Error(StatusCode::kFileTooLarge, "Not enough memory to read the drawing: " + name);

@@ -30,6 +30,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "vantrove/engine/groups.hpp"
@@ -72,6 +73,11 @@ class Document {
   std::string version;            // $ACADVER, "AC1009" .. "AC1032"
   std::string codepage;           // $DWGCODEPAGE as written, e.g. "ANSI_1252"
   std::vector<std::string> warnings;  // what was repaired or skipped while reading
+  // DWG R13 to 2000: the parts of the file a writer of the same version
+  // copies as they were read, by name ("PREFIX": everything before the
+  // objects, "OBJFREESPACE", "SECONDHEADER", "TEMPLATE"); views into the
+  // text arena.
+  std::vector<std::pair<std::string_view, std::string_view>> dwg_sections;
 
   // --- storage -------------------------------------------------------
   std::string_view StoreText(std::string_view text) { return text_.Store(text); }

@@ -39,6 +39,9 @@ struct DwgSource {
   std::string_view bits;        // from the size prefix to the check value inclusive
   uint16_t type = 0;            // the object's type number in the file
   bool decoded = false;         // its typed fields were decoded (else only the common part)
+  // The object's DXF form as the reader made it: an edit stores new groups,
+  // so a writer re-encodes the object when its groups are no longer these.
+  GroupSpan groups_as_read;
 };
 
 // The DWG source form of `object`, or nullptr when it was not read from a
