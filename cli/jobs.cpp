@@ -177,7 +177,10 @@ std::function<int()> AddJobs(CLI::App& app) {
   dxf->callback([chosen, dx] {
     *chosen = [dx] {
       std::error_code ec;
-      if (dx->output.empty()) fs::create_directories(dx->dir, ec);
+      if (dx->output.empty() && (fs::create_directories(dx->dir, ec), ec)) {
+        std::cerr << "vantrove dxf: cannot create " << dx->dir << ": " << ec.message() << '\n';
+        return 1;
+      }
       std::vector<std::string> problems;
       if (!dx->output.empty() && ExpandDrawings(dx->drawings, dx->recursive, problems).size() > 1) {
         std::cerr << "vantrove dxf: -o takes one drawing; use --output-dir for many\n";

@@ -89,10 +89,16 @@ void OnSignal(int sig) {
 }  // namespace
 
 PrivateTempFolder::PrivateTempFolder() {
+  // TMPDIR first; when it cannot be written there, the system's folder.
   const char* base = std::getenv("TMPDIR");
-  std::string pattern = std::string(base && *base ? base : "/tmp") + "/vantrove-XXXXXX";
-  if (pattern.size() >= sizeof gFolder || mkdtemp(pattern.data()) == nullptr) return;
-  path_ = pattern;
+  for (const std::string& folder : {std::string(base && *base ? base : "/tmp"), std::string("/tmp")}) {
+    std::string pattern = folder + "/vantrove-XXXXXX";
+    if (pattern.size() < sizeof gFolder && mkdtemp(pattern.data()) != nullptr) {
+      path_ = pattern;
+      break;
+    }
+  }
+  if (path_.empty()) return;
   std::memcpy(gFolder, path_.c_str(), path_.size() + 1);
   vantrove::extract::SetTempFolderOverride(path_);
   std::atexit(RemoveFolder);
