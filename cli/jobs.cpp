@@ -90,6 +90,21 @@ bool LayerAlready(clsVantrove& v, const std::string& name, const std::string& st
   return !layer->frozen();
 }
 
+// The extract job's table output is checked before any drawing is read: an
+// output kind it cannot write is a usage error, not a failure at the end.
+bool ExtractOutputWritable(const CLI::App& extract) {
+  try {
+    if (extract.get_option("--db")->count() > 0) return true;
+    const CLI::Option* output = extract.get_option("--output");
+    const CLI::Option* format = extract.get_option("--format");
+    const std::string out = output->count() > 0 ? output->as<std::string>() : std::string("-");
+    const std::string kind = format->count() > 0 ? format->as<std::string>() : std::string();
+    return !ResolveFormat("extract", kind, out).empty();
+  } catch (const CLI::Error&) {
+    return true;  // the job checks what it has when it writes
+  }
+}
+
 bool CheckSave(const std::string& job, const SaveOptions& s) {
   if (s.inPlace == !s.outputDir.empty()) {
     std::cerr << "vantrove " << job << ": give either --output-dir DIR or --in-place\n";
@@ -332,7 +347,12 @@ std::function<int()> AddJobs(CLI::App& app) {
     };
   });
 
-  return [chosen] { return *chosen ? (*chosen)() : -1; };
+  CLI::App* extract = app.get_subcommand("extract");
+  return [chosen, extract] {
+    if (!*chosen) return -1;
+    if (*extract && !ExtractOutputWritable(*extract)) return 2;
+    return (*chosen)();
+  };
 }
 
 }  // namespace vantrove::cli

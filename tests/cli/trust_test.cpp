@@ -177,6 +177,11 @@ TEST_F(Trust, AnOutputKindTheToolCannotWriteIsRefused) {
   EXPECT_EQ(r.status, 2);
   EXPECT_NE(r.err.find("csv, txt, html, xlsx, docx"), std::string::npos) << r.err;
   EXPECT_FALSE(fs::exists(At("table.pdf")));
+  // Refused before any drawing is read: the drawing's failure is not reached.
+  r = Tool({"extract", At("missing.dxf"), "-o", At("table.odt")});
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(r.err.find("missing.dxf"), std::string::npos) << r.err;
+  EXPECT_FALSE(fs::exists(At("table.odt")));
   r = Tool({"sql", "NoSuchDsn", "SELECT 1", "-o", At("table.xlsx")});
   EXPECT_EQ(r.status, 2) << "sql writes csv, html and txt only: " << r.err;
   EXPECT_NE(r.err.find("csv, html, txt"), std::string::npos) << r.err;
