@@ -23,16 +23,20 @@ namespace {
 
 using namespace vantrove;
 
+// The footer of the tool's --help, a section of its own (the man page and
+// the completion are made from the help text).
 constexpr const char* kConventions =
-    "Exit codes: 0 done, 1 some drawings failed or an output could not be written (the others\n"
-    "were still processed), 2 usage (a bad option, an output kind that cannot be written,\n"
-    "nothing to work on).\n"
-    "Every job: -q only errors, -v more detail, -o - writes to standard output, -r looks in\n"
-    "sub-folders. Outputs are replaced through a temporary file (links followed, owner and\n"
-    "mode kept; devices and pipes written straight through); a run that produced nothing\n"
-    "leaves the old output. --in-place locks each drawing while it is edited, leaves\n"
-    "drawings it did not change untouched and refuses incomplete drawings unless --force.\n"
-    "vantrove methods NAME describes one method; vantrove JOB --help shows examples.";
+    "Conventions:\n"
+    "  Exit codes: 0 done, 1 some drawings failed or an output could not be written (the\n"
+    "  others were still processed), 2 usage (a bad option, an output kind that cannot be\n"
+    "  written, nothing to work on).\n"
+    "  Every job: -q only errors, -v more detail, -o - writes to standard output, -r looks\n"
+    "  in sub-folders. Outputs are replaced through a temporary file (links followed, owner\n"
+    "  and mode kept; devices and pipes written straight through); a run that produced\n"
+    "  nothing leaves the old output. In-place jobs lock each drawing while it is edited,\n"
+    "  leave drawings they did not change untouched and refuse incomplete drawings unless\n"
+    "  given --force. vantrove methods NAME describes one method; vantrove JOB --help shows\n"
+    "  examples.";
 
 int Call(const std::string& method, const std::vector<std::string>& rawArgs) {
   std::string request = "{\"method\":";

@@ -89,6 +89,12 @@ void OnSignal(int sig) {
 }  // namespace
 
 PrivateTempFolder::PrivateTempFolder() {
+  // The signals wait while the folder is made and the handlers are set, so
+  // that no signal can end the run between the two and leave the folder.
+  sigset_t signals, before;
+  sigemptyset(&signals);
+  for (int sig : kSignals) sigaddset(&signals, sig);
+  sigprocmask(SIG_BLOCK, &signals, &before);
   // TMPDIR first; when it cannot be written there, the system's folder.
   const char* base = std::getenv("TMPDIR");
   for (const std::string& folder : {std::string(base && *base ? base : "/tmp"), std::string("/tmp")}) {
@@ -98,21 +104,23 @@ PrivateTempFolder::PrivateTempFolder() {
       break;
     }
   }
-  if (path_.empty()) return;
-  std::memcpy(gFolder, path_.c_str(), path_.size() + 1);
-  vantrove::extract::SetTempFolderOverride(path_);
-  std::atexit(RemoveFolder);
-  struct sigaction action {};
-  action.sa_handler = OnSignal;
-  sigemptyset(&action.sa_mask);
-  action.sa_flags = SA_RESETHAND | SA_NODEFER;
-  for (int sig : kSignals) {
-    struct sigaction before {};
-    // A signal the caller chose to ignore (nohup, a shell's background job)
-    // stays ignored.
-    if (sigaction(sig, nullptr, &before) == 0 && before.sa_handler == SIG_IGN) continue;
-    sigaction(sig, &action, nullptr);
+  if (!path_.empty()) {
+    std::memcpy(gFolder, path_.c_str(), path_.size() + 1);
+    vantrove::extract::SetTempFolderOverride(path_);
+    std::atexit(RemoveFolder);
+    struct sigaction action {};
+    action.sa_handler = OnSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESETHAND | SA_NODEFER;
+    for (int sig : kSignals) {
+      struct sigaction was {};
+      // A signal the caller chose to ignore (nohup, a shell's background
+      // job) stays ignored.
+      if (sigaction(sig, nullptr, &was) == 0 && was.sa_handler == SIG_IGN) continue;
+      sigaction(sig, &action, nullptr);
+    }
   }
+  sigprocmask(SIG_SETMASK, &before, nullptr);
 }
 
 PrivateTempFolder::~PrivateTempFolder() {

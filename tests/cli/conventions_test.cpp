@@ -44,7 +44,7 @@ TEST(Conventions, ExitCodesAreZeroOneAndTwo) {
 TEST(Conventions, HelpStatesTheConventions) {
   const ToolRun r = RunTool({"--help"});
   for (const char* words : {"Exit codes: 0 done, 1 some drawings failed", "2 usage", "-q", "-v", "-o -", "--force",
-                            "locks", "--version"}) {
+                            "lock each drawing", "--version"}) {
     EXPECT_NE(r.out.find(words), std::string::npos) << words << "\n" << r.out;
   }
 }
