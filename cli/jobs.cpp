@@ -121,15 +121,10 @@ bool CheckSave(const std::string& job, const SaveOptions& s) {
   return true;
 }
 
-}  // namespace
+using Chosen = std::shared_ptr<std::function<int()>>;
 
-std::function<int()> AddJobs(CLI::App& app) {
-  auto chosen = std::make_shared<std::function<int()>>();
-  AddDatabaseJobs(app, chosen);
-
-  AddExtractJob(app, chosen);
-
-  // describe -----------------------------------------------------------------------------------
+// describe: the XML description of one drawing, to a file or standard output.
+void AddDescribeJob(CLI::App& app, const Chosen& chosen) {
   auto describeFile = std::make_shared<std::string>();
   auto describeOut = std::make_shared<std::string>();
   auto describeSections = std::make_shared<std::string>("all");
@@ -171,8 +166,10 @@ std::function<int()> AddJobs(CLI::App& app) {
       });
     };
   });
+}
 
-  // dxf ----------------------------------------------------------------------------------------
+// dxf: drawings as DXF of a chosen version, into a folder or (one drawing) to -o.
+void AddDxfJob(CLI::App& app, const Chosen& chosen) {
   struct DxfOptions {
     std::vector<std::string> drawings;
     std::string dir = ".", output;
@@ -224,8 +221,10 @@ std::function<int()> AddJobs(CLI::App& app) {
       });
     };
   });
+}
 
-  // replace --------------------------------------------------------------------------------------
+// replace: find and replace text or attribute values, saved to a folder or in place.
+void AddReplaceJob(CLI::App& app, const Chosen& chosen) {
   struct ReplaceOptions {
     std::vector<std::string> drawings;
     std::string find, with, in = "text", tag, filter;
@@ -275,8 +274,10 @@ std::function<int()> AddJobs(CLI::App& app) {
       });
     };
   });
+}
 
-  // layers -----------------------------------------------------------------------------------------
+// layers: the layer table of drawings.
+void AddLayersJob(CLI::App& app, const Chosen& chosen) {
   struct LayersOptions {
     std::vector<std::string> drawings;
     std::string output = "-", format;
@@ -315,8 +316,10 @@ std::function<int()> AddJobs(CLI::App& app) {
       return written ? written : status;
     };
   });
+}
 
-  // layer ---------------------------------------------------------------------------------------------
+// layer: switch one layer on/off or freeze/thaw it, saved to a folder or in place.
+void AddLayerJob(CLI::App& app, const Chosen& chosen) {
   struct LayerOptions {
     std::vector<std::string> drawings;
     std::string name, state;
@@ -346,6 +349,19 @@ std::function<int()> AddJobs(CLI::App& app) {
       });
     };
   });
+}
+
+}  // namespace
+
+std::function<int()> AddJobs(CLI::App& app) {
+  auto chosen = std::make_shared<std::function<int()>>();
+  AddDatabaseJobs(app, chosen);
+  AddExtractJob(app, chosen);
+  AddDescribeJob(app, chosen);
+  AddDxfJob(app, chosen);
+  AddReplaceJob(app, chosen);
+  AddLayersJob(app, chosen);
+  AddLayerJob(app, chosen);
 
   CLI::App* extract = app.get_subcommand("extract");
   return [chosen, extract] {
