@@ -253,6 +253,11 @@ const engine::Status* IncompleteStatus(clsVantrove& v) {
 
 std::string Open(clsVantrove& v, const std::string& file) {
   const std::string status = v.OpenDrawing(file);
+  if (status == "File not found" && fs::path(file).filename().string().starts_with('.') && fs::exists(file)) {
+    // The drawing methods treat names that start with a dot as hidden.
+    return "File not found: the drawing methods do not see files whose names start with a dot "
+           "(rename it, or give it a link without the dot)";
+  }
   if (status != "OK") return status.empty() ? "the drawing engine is not available" : status;
   if (const engine::Status* incomplete = IncompleteStatus(v)) {
     if (gRun != nullptr) gRun->incomplete = true;

@@ -408,6 +408,11 @@ TEST_F(Trust, ALiteralNameWinsOverPatternExpansion) {
   here.folder = At("d");
   EXPECT_EQ(Tool({"layers", "./-dash.dxf"}, here).status, 0);
   EXPECT_EQ(Tool({"layers", "--", "-dash.dxf"}, here).status, 0);
+  // A hidden name is not found by the drawing methods: the tool says why.
+  fs::copy_file(kSample, At("d/.hidden.dxf"));
+  const ToolRun hidden = Tool({"layers", At("d/.hidden.dxf")});
+  EXPECT_EQ(hidden.status, 1);
+  EXPECT_NE(hidden.err.find("names start with a dot"), std::string::npos) << hidden.err;
   // A real pattern still expands.
   const ToolRun all = Tool({"layers", At("d/plan*.dxf")});
   EXPECT_NE(all.err.find("2 drawings, 2 done"), std::string::npos) << all.err;
