@@ -1,15 +1,14 @@
 #include "db_jobs.hpp"
 
-#include <filesystem>
 #include <iostream>
 
+#include "table_output.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/database.hpp"
 #include "vantrove/output.hpp"
 
 namespace vantrove::cli {
 
-namespace fs = std::filesystem;
 
 int WriteTableToDatabase(const Table& table, const std::string& connection, const std::string& tableName, bool quiet) {
   if (tableName.empty()) {
@@ -60,6 +59,8 @@ std::string Escaped(const std::string& text) {
 }
 
 int RunSql(const SqlOptions& o) {
+  const std::string format = ResolveFormat("sql", o.format, o.output, "csv", {"csv", "html", "txt"});
+  if (format.empty()) return 2;
   clsVantrove v;
   Variant result{SafeArray()};
   const int16_t code = v.DatabaseTableToArray(o.connection, o.sql, result, o.user, o.password, true);
@@ -70,12 +71,6 @@ int RunSql(const SqlOptions& o) {
   Table table;
   table.Append(result.array());
   const bool headings = !o.noHeadings;
-  std::string format = o.format;
-  if (format.empty()) {
-    std::string ext = fs::path(o.output).extension().string();
-    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    format = ext == ".html" || ext == ".htm" ? "html" : (ext == ".txt" || ext == ".tsv" ? "txt" : "csv");
-  }
   try {
     std::string text;
     if (format == "html") {
@@ -87,10 +82,9 @@ int RunSql(const SqlOptions& o) {
     } else {
       text = format == "txt" ? table.ToText(headings) : table.ToCsv(headings);
     }
-    if (o.output == "-") {
-      std::cout << text << std::flush;
-    } else {
-      WriteWholeFile(o.output, text);
+    if (std::string failed = Deliver(o.output, text); !failed.empty()) {
+      std::cerr << "vantrove sql: cannot write " << o.output << ": " << failed << '\n';
+      return 1;
     }
   } catch (const RuntimeError& e) {
     std::cerr << "vantrove sql: cannot write " << o.output << ": " << e.description() << '\n';
@@ -113,7 +107,7 @@ void AddDatabaseJobs(CLI::App& app, const std::shared_ptr<std::function<int()>>&
   sql->add_flag("--no-headings", o->noHeadings, "Leave out the heading row");
   sql->add_option("--format,-f", o->format, "csv, html or txt (default: from the output name, else csv)")
       ->check(CLI::IsMember({"csv", "html", "txt"}));
-  sql->add_option("--output,-o", o->output, "Output file (default: standard output)");
+  sql->add_option("--output,-o", o->output, "Output file (default and -: standard output)");
   sql->footer(
       "Examples:\n"
       "  vantrove sql \"Driver=SQLite3;Database=parts.db;\" \"SELECT * FROM titles\" -o titles.csv\n"

@@ -1,20 +1,34 @@
 #include "job_runner.hpp"
 
+#include <fcntl.h>
 #include <glob.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <iostream>
 #include <set>
 
 #include "vantrove/engine/component.hpp"
+#include "vantrove/engine/document.hpp"
 #include "vantrove/engine/progress.hpp"
 #include "vantrove/extract.hpp"
 
 namespace vantrove::cli {
 
 namespace fs = std::filesystem;
+
+namespace {
+Verbosity gVerbosity = Verbosity::kNormal;
+}  // namespace
+
+void SetVerbosity(Verbosity v) { gVerbosity = v; }
+Verbosity CurrentVerbosity() { return gVerbosity; }
 
 bool IsDrawingName(const fs::path& p) {
   std::string ext = p.extension().string();
@@ -52,6 +66,8 @@ std::vector<std::string> ExpandDrawings(const std::vector<std::string>& args, bo
     std::error_code ec;
     if (fs::is_directory(arg, ec)) {
       addFolder(arg);
+    } else if (fs::exists(arg, ec)) {
+      add(arg);  // a name that exists is what it says, wildcard characters or not
     } else if (arg.find_first_of("*?[") != std::string::npos) {
       glob_t g{};
       if (glob(arg.c_str(), 0, nullptr, &g) == 0) {
@@ -95,6 +111,7 @@ class Progress {
     if (shown_) std::fprintf(stderr, "\r%80s\r", "");
     shown_ = false;
   }
+  void Hide() { terminal_ = false; }
   // A message on its own line while the bar is shown.
   void Say(const std::string& text) {
     if (shown_) std::fprintf(stderr, "\r%80s\r", "");
@@ -124,10 +141,27 @@ class Progress {
   int part_ = -1;
 };
 
+// What the run over the drawings knows while it goes: where notes go, and
+// whether the drawing at hand opened incomplete.
+struct RunState {
+  Progress* progress = nullptr;
+  bool incomplete = false;
+};
+RunState* gRun = nullptr;
+
 }  // namespace
 
+void Note(const std::string& text) {
+  if (Quiet()) return;
+  if (gRun != nullptr && gRun->progress != nullptr) {
+    gRun->progress->Say(text);
+  } else {
+    std::cerr << text << '\n';
+  }
+}
+
 int ForEachDrawing(const std::string& job, const std::vector<std::string>& args, bool recursive,
-                   const std::function<std::string(clsVantrove&, const std::string&)>& work) {
+                   const std::function<std::string(clsVantrove&, const std::string&)>& work, size_t* doneCount) {
   std::vector<std::string> problems;
   const std::vector<std::string> drawings = ExpandDrawings(args, recursive, problems);
   for (const auto& p : problems) std::cerr << "vantrove " << job << ": " << p << '\n';
@@ -137,12 +171,19 @@ int ForEachDrawing(const std::string& job, const std::vector<std::string>& args,
   }
   clsVantrove vantrove;
   Progress progress(drawings.size());
+  if (Quiet()) progress.Hide();
+  RunState run;
+  run.progress = &progress;
+  RunState* const outer = gRun;
+  gRun = &run;
   // Large drawings report how far reading got while they are opened.
   const engine::ReadProgress before = engine::SetReadProgress(
       [&progress](uint64_t done, uint64_t total) { progress.Within(total ? double(done) / double(total) : 1.0); });
-  size_t failed = 0;
+  size_t failed = 0, incomplete = 0;
   for (size_t i = 0; i < drawings.size(); ++i) {
     progress.Step(i, drawings[i]);
+    run.incomplete = false;
+    const auto start = std::chrono::steady_clock::now();
     std::string error;
     try {
       error = work(vantrove, drawings[i]);
@@ -153,14 +194,26 @@ int ForEachDrawing(const std::string& job, const std::vector<std::string>& args,
     if (!error.empty()) {
       ++failed;
       progress.Say("vantrove " + job + ": " + drawings[i] + ": " + error);
+      continue;
+    }
+    if (run.incomplete) ++incomplete;
+    if (Verbose()) {
+      const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+      char took[32];
+      std::snprintf(took, sizeof took, "%.2f s", seconds);
+      Note(drawings[i] + ": done in " + took + (run.incomplete ? " (incomplete)" : ""));
     }
   }
   engine::SetReadProgress(before);
+  gRun = outer;
   progress.Step(drawings.size(), "");
   progress.Clear();
-  if (drawings.size() > 1 || failed) {
+  if (doneCount != nullptr) *doneCount = drawings.size() - failed;
+  if (!Quiet() && (drawings.size() > 1 || failed || incomplete || Verbose())) {
     std::cerr << "vantrove " << job << ": " << drawings.size() << " drawing" << (drawings.size() == 1 ? "" : "s")
-              << ", " << drawings.size() - failed << " done, " << failed << " failed\n";
+              << ", " << drawings.size() - failed << " done";
+    if (incomplete) std::cerr << " (" << incomplete << " incomplete)";
+    std::cerr << ", " << failed << " failed\n";
   }
   return failed || !problems.empty() ? 1 : 0;
 }
@@ -168,23 +221,96 @@ int ForEachDrawing(const std::string& job, const std::vector<std::string>& args,
 // `answer` is what a drawing method answered. Statuses 1001 to 1099 report
 // work done with a note (what a DXF version could not hold, for instance):
 // the drawing counts as done and the note goes to stderr.
-std::string Done(clsVantrove& v, const std::string& answer, const std::string& file) {
+std::string Done(clsVantrove& v, const std::string& answer, const std::string& file, const std::string& made,
+                 const std::string& shownAs) {
   if (answer == "OK") return "";
   if (const engine::DrawingComponent* component = v.component()) {
     const engine::Status& status = component->CurrentStatus();
     const int code = static_cast<int>(status.code);
     if (code > static_cast<int>(engine::StatusCode::kOk) && code < 1100) {
-      std::cerr << file << ": " << status.message << '\n';
+      std::string note = status.message;
+      if (const size_t at = made.empty() ? std::string::npos : note.find(made); at != std::string::npos) {
+        note.replace(at, made.size(), shownAs == "-" ? "standard output" : shownAs);
+      }
+      Note(file + ": " + note);
       return "";
     }
   }
   return answer;
 }
 
+namespace {
+
+// The engine's own status after an open: the incomplete note, or nullptr.
+const engine::Status* IncompleteStatus(clsVantrove& v) {
+  const engine::DrawingComponent* component = v.component();
+  if (component == nullptr) return nullptr;
+  const engine::Status& status = component->CurrentStatus();
+  return status.code == engine::StatusCode::kIncomplete ? &status : nullptr;
+}
+
+}  // namespace
+
 std::string Open(clsVantrove& v, const std::string& file) {
   const std::string status = v.OpenDrawing(file);
-  if (status == "OK") return "";
-  return status.empty() ? "the drawing engine is not available" : status;
+  if (status == "File not found" && fs::path(file).filename().string().starts_with('.') && fs::exists(file)) {
+    // The drawing methods treat names that start with a dot as hidden.
+    return "File not found: the drawing methods do not see files whose names start with a dot "
+           "(rename it, or give it a link without the dot)";
+  }
+  if (status != "OK") return status.empty() ? "the drawing engine is not available" : status;
+  if (const engine::Status* incomplete = IncompleteStatus(v)) {
+    if (gRun != nullptr) gRun->incomplete = true;
+    Note("vantrove: warning: " + file + ": " + incomplete->Text());
+  }
+  if (Verbose()) {
+    if (const engine::Document* doc = v.component()->document()) {
+      for (const std::string& w : doc->warnings) Note(file + ": note: " + w);
+    }
+  }
+  return "";
+}
+
+std::string OpenForEdit(clsVantrove& v, const std::string& file, bool force) {
+  if (std::string e = Open(v, file); !e.empty()) return e;
+  if (!force && IncompleteStatus(v) != nullptr) {
+    return "the drawing is incomplete (the file ends early); it is left as it was (--force saves it anyway, "
+           "without what is missing)";
+  }
+  return "";
+}
+
+DrawingLock::~DrawingLock() {
+  if (fd_ >= 0) close(fd_);  // closing the file releases the lock
+}
+
+std::string DrawingLock::Acquire(const std::string& file) {
+  // A replacement renamed over the drawing while this job waited is a new
+  // file: the lock taken on the old one guards nothing, so it is taken again.
+  for (int attempt = 0; attempt < 1000; ++attempt) {
+    const int fd = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (fd < 0) return std::string("cannot lock the drawing: ") + std::strerror(errno);
+    int r = flock(fd, LOCK_EX | LOCK_NB);
+    if (r != 0 && errno == EWOULDBLOCK) {
+      if (attempt == 0) Note(file + ": waiting for another job that edits this drawing");
+      while ((r = flock(fd, LOCK_EX)) != 0 && errno == EINTR) {
+      }
+    }
+    if (r != 0) {
+      const int error = errno;
+      close(fd);
+      return std::string("cannot lock the drawing: ") + std::strerror(error);
+    }
+    struct stat held {}, now {};
+    if (fstat(fd, &held) == 0 && stat(file.c_str(), &now) == 0 && held.st_dev == now.st_dev &&
+        held.st_ino == now.st_ino) {
+      if (fd_ >= 0) close(fd_);
+      fd_ = fd;
+      return "";
+    }
+    close(fd);
+  }
+  return "cannot lock the drawing: it keeps being replaced";
 }
 
 const std::map<std::string, ChapterType>& Chapters() {

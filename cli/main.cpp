@@ -1,81 +1,42 @@
 // vantrove: the command-line tool.
-//   vantrove methods [--json]    the interface, in order
-//   vantrove enums [--json]      the enumerations
-//   vantrove call METHOD [ARG]   one call; each ARG is JSON
-//   vantrove rpc                 one JSON request per line on stdin
+//   vantrove methods [NAME] [--json]  the interface, in order, or one method
+//   vantrove enums [--json]           the enumerations
+//   vantrove call METHOD [ARG]        one call; each ARG is JSON
+//   vantrove rpc                      one JSON request per line on stdin
+//   vantrove extract|describe|dxf|replace|layers|layer|sql ...   the jobs
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <string>
 
+#include "interface_listing.hpp"
+#include "job_runner.hpp"
 #include "jobs.hpp"
 #include "json_text.hpp"
 #include "line_reader.hpp"
 #include "session.hpp"
+#include "temp_folder.hpp"
 #include "vantrove/component.hpp"
-#include "vantrove/extract.hpp"
 
 namespace {
 
-using nlohmann::json;
 using namespace vantrove;
 
-std::string Dump(const json& j) { return j.dump(-1, ' ', false, json::error_handler_t::replace); }
-
-json ParamJson(const ParamInfo& p) {
-  json j{{"name", p.name}, {"type", p.type.name}, {"byref", p.byRef}, {"optional", p.optional}};
-  if (p.paramArray) j["paramarray"] = true;
-  if (p.declaredDefault) {
-    cli::ObjectTable none;
-    j["default"] = json::parse(cli::ToJsonText(*p.declaredDefault, none));
-  }
-  return j;
-}
-
-int ListMethods(bool asJson) {
-  json all = json::array();
-  for (const MethodInfo& m : InterfaceMethods()) {
-    const bool available = clsVantrove::IsImplemented(m.position);
-    if (asJson) {
-      json params = json::array();
-      for (const ParamInfo& p : m.params) params.push_back(ParamJson(p));
-      char dispid[16];
-      std::snprintf(dispid, sizeof dispid, "0x%08X", static_cast<unsigned>(m.dispid));
-      all.push_back({{"position", m.position},
-                     {"dispid", dispid},
-                     {"name", m.name},
-                     {"returns", m.result.name},
-                     {"params", params},
-                     {"help", m.help},
-                     {"available", available}});
-    } else {
-      std::printf("%3d  0x%08X  %-8s %s%s\n", m.position, static_cast<unsigned>(m.dispid),
-                  m.result.kind == TypeKind::None ? "-" : m.result.name.c_str(), m.Signature().c_str(),
-                  available ? "" : "  [not available in this build]");
-    }
-  }
-  if (asJson) std::cout << Dump(all) << '\n';
-  return 0;
-}
-
-int ListEnums(bool asJson) {
-  json all = json::array();
-  for (const EnumInfo& e : Enumerations()) {
-    if (asJson) {
-      json constants = json::array();
-      for (const EnumConstant& c : e.constants) constants.push_back({{"name", c.name}, {"value", c.value}});
-      all.push_back({{"name", e.name}, {"constants", constants}});
-    } else {
-      std::printf("Enum %s\n", std::string(e.name).c_str());
-      for (const EnumConstant& c : e.constants) std::printf("  %s = %d\n", std::string(c.name).c_str(), c.value);
-    }
-  }
-  if (asJson) std::cout << Dump(all) << '\n';
-  return 0;
-}
+// The footer of the tool's --help, a section of its own (the man page and
+// the completion are made from the help text).
+constexpr const char* kConventions =
+    "Conventions:\n"
+    "  Exit codes: 0 done, 1 some drawings failed or an output could not be written (the\n"
+    "  others were still processed), 2 usage (a bad option, an output kind that cannot be\n"
+    "  written, nothing to work on).\n"
+    "  Every job: -q only errors, -v more detail, -o - writes to standard output, -r looks\n"
+    "  in sub-folders. Outputs are replaced through a temporary file (links followed, owner\n"
+    "  and mode kept; devices and pipes written straight through); a run that produced\n"
+    "  nothing leaves the old output. In-place jobs lock each drawing while it is edited,\n"
+    "  leave drawings they did not change untouched and refuse incomplete drawings unless\n"
+    "  given --force. vantrove methods NAME describes one method; vantrove JOB --help shows\n"
+    "  examples.";
 
 int Call(const std::string& method, const std::vector<std::string>& rawArgs) {
   std::string request = "{\"method\":";
@@ -128,39 +89,24 @@ int Rpc() {
 
 }  // namespace
 
-// Temporary descriptions are named by the second they are made in, which is
-// unique within one process but not between two tools started side by side
-// in the same folder. Each run of the tool therefore keeps its temporary
-// files in a folder of its own, removed when it ends.
-class PrivateTempFolder {
- public:
-  PrivateTempFolder() {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") + "/vantrove-XXXXXX";
-    if (mkdtemp(pattern.data()) != nullptr) {
-      path_ = pattern;
-      vantrove::extract::SetTempFolderOverride(path_);
-    }
-  }
-  ~PrivateTempFolder() {
-    if (path_.empty()) return;
-    vantrove::extract::SetTempFolderOverride(std::nullopt);
-    std::error_code ec;
-    std::filesystem::remove_all(path_, ec);
-  }
-
- private:
-  std::string path_;
-};
-
 int main(int argc, char** argv) {
-  const PrivateTempFolder temp;
+  const cli::PrivateTempFolder temp;
   CLI::App app{"Vantrove: AutoCAD drawings and tabular data from the command line."};
   app.require_subcommand(1);
+  app.set_version_flag("--version", clsVantrove().Version(), "Print the version and exit");
+  app.footer(kConventions);
+  // -q and -v may come before or after the job's name.
+  app.fallthrough();
+  bool quiet = false, verbose = false;
+  app.add_flag("-q,--quiet", quiet, "Say nothing but errors (no progress, no notes, no summary)");
+  app.add_flag("-v,--verbose", verbose, "Say more: each drawing with its time, the reader's repair notes");
   bool json = false;
 
-  auto* methods = app.add_subcommand("methods", "List the interface of clsVantrove: position, DISPID, result, name, parameters.");
+  std::string methodName;
+  auto* methods = app.add_subcommand("methods", "List the interface of clsVantrove, or describe one method.");
+  methods->add_option("name", methodName, "One method: its parameters, defaults, help and result");
   methods->add_flag("--json", json, "Print JSON instead of declarations");
+  methods->footer("Examples:\n  vantrove methods\n  vantrove methods OpenDrawing\n  vantrove methods SortTwoDArray --json");
   auto* enums = app.add_subcommand("enums", "List the public enumerations and their constants.");
   enums->add_flag("--json", json, "Print JSON instead of text");
 
@@ -168,6 +114,7 @@ int main(int argc, char** argv) {
   auto* call = app.add_subcommand("call", "Call one method; every ARG is JSON. Prints the result and the arguments after the call.");
   call->add_option("method", method, "Method name, e.g. Version")->required();
   call->prefix_command();
+  call->fallthrough(false);  // everything after the method name is its arguments
   call->footer(
       "Examples:\n"
       "  vantrove call Version\n"
@@ -184,9 +131,19 @@ int main(int argc, char** argv) {
 
   const auto runJob = vantrove::cli::AddJobs(app);
 
-  CLI11_PARSE(app, argc, argv);
-  if (*methods) return ListMethods(json);
-  if (*enums) return ListEnums(json);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    // --help and --version end here with 0; every usage error is 2.
+    return app.exit(e) == 0 ? 0 : 2;
+  }
+  if (quiet && verbose) {
+    std::cerr << "vantrove: -q and -v cannot be given together\n";
+    return 2;
+  }
+  cli::SetVerbosity(quiet ? cli::Verbosity::kQuiet : verbose ? cli::Verbosity::kVerbose : cli::Verbosity::kNormal);
+  if (*methods) return methodName.empty() ? cli::ListMethods(json) : cli::ShowMethod(methodName, json);
+  if (*enums) return cli::ListEnums(json);
   if (*call) return Call(method, call->remaining());
   if (*rpc) return Rpc();
   const int job = runJob();

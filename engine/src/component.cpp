@@ -76,7 +76,8 @@ void DrawingComponent::OpenDrawing(int32_t& result, const std::string& path_in, 
     auto document = std::make_unique<Document>();
     Status status = extension == ".dwg" ? ReadDwgFile(path, *document) : ReadDxfFile(path, *document);
     impl_->Set(status);
-    if (!status.ok()) return;
+    // An incomplete drawing opens with its note as the status.
+    if (!status.ok() && !status.done_with_note()) return;
     impl_->document = std::move(document);
     result = 1;
   } catch (const std::bad_alloc&) {

@@ -143,7 +143,7 @@ TEST_P(CorpusDxf, DescriptionMatchesOracle) {
 
   Document document;
   Status status = ReadDxfFile(file.string(), document);
-  if (!status.ok()) {
+  if (!status.ok() && !status.done_with_note()) {  // an incomplete drawing opens
     // Only drawings that the independent reader could not load either may fail,
     // and they must say why.
     EXPECT_TRUE(mode == "failed" || mode == "none") << status.Text();

@@ -228,9 +228,12 @@ TEST(DxfReaderBadInput, StructuralFaults) {
   EXPECT_EQ(ReadString(entities + "0\nENDSEC\n0").code, StatusCode::kDamaged);
   // A UTF-8 byte order mark before the first group is accepted.
   EXPECT_TRUE(ReadString("\xEF\xBB\xBF" + entities + "0\nENDSEC\n0\nEOF\n").ok());
-  // Missing EOF is repaired, with a warning.
+  // A file cut off at a section end opens, and its status says it is incomplete.
   Document doc;
-  ASSERT_TRUE(ReadText(entities + "0\nENDSEC\n", doc).ok());
+  status = ReadText(entities + "0\nENDSEC\n", doc);
+  EXPECT_EQ(status.code, StatusCode::kIncomplete) << status.Text();
+  EXPECT_NE(status.message.find("ends after the ENTITIES section"), std::string::npos) << status.Text();
+  EXPECT_EQ(doc.entities.size(), 1u);
   EXPECT_FALSE(doc.warnings.empty());
   // Junk between sections and a new SECTION without ENDSEC are repaired too.
   Document doc2;

@@ -59,6 +59,7 @@ struct Container {
   ByteView objects;              // object map offsets are relative to this
   std::vector<std::vector<uint8_t>> owned;  // decompressed sections
   std::vector<std::string> warnings;
+  bool truncated = false;        // the file is shorter than its header says
 };
 
 // Decodes the container of `file`. Returns false with `error` set when the

@@ -311,6 +311,7 @@ bool Reader2007::Run() {
   uint64_t h[kFileHeaderSize / 8];
   if (!ReadFileHeader(h)) return false;
   if (h[kFileSize] > n) {
+    out_.truncated = true;
     out_.warnings.push_back("the file is truncated: it has " + std::to_string(n) + " of the " +
                             std::to_string(h[kFileSize]) + " bytes its header gives");
   }

@@ -60,6 +60,7 @@ bool DecodeDrawing(const std::vector<uint8_t>& file, DecodedDrawing& out, ReadEr
   uint64_t rawTotal = 0;
   for (const MapEntry& e : map) {
     ObjectRecord rec;
+    if (e.offset >= 0 && static_cast<uint64_t>(e.offset) >= c.objects.size) ++out.objectsPastEnd;
     if (e.offset < 0 || static_cast<uint64_t>(e.offset) >= c.objects.size || !decoder.Decode(static_cast<size_t>(e.offset), rec)) {
       ++out.failedObjects;
       continue;

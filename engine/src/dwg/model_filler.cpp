@@ -505,6 +505,14 @@ Status ReadDwgBuffer(const std::vector<uint8_t>& bytes, const std::string& name,
     document.source_path = name;
     Filler(decoded, document).Run();
     dwg::KeepSourceSections(bytes, decoded, document);
+    // Data that runs short loses what lay beyond it: the drawing opens, and
+    // its status says it is incomplete.
+    if (decoded.container.truncated || decoded.objectsPastEnd > 0) {
+      std::string lost = decoded.objectsPastEnd > 0
+                             ? std::to_string(decoded.objectsPastEnd) + " objects lie beyond the end of the data"
+                             : std::string("the file is shorter than its header says");
+      return Status::Error(StatusCode::kIncomplete, "The drawing is incomplete (" + lost + "): " + name);
+    }
     return Status::Ok();
   } catch (const std::bad_alloc&) {
     return Status::Error(StatusCode::kFileTooLarge, "Not enough memory to read the drawing: " + name);

@@ -226,6 +226,7 @@ struct DecodedDrawing {
   std::vector<ObjectRecord> objects;           // in object map order
   std::map<uint64_t, size_t> byHandle;         // handle -> index in objects
   size_t failedObjects = 0;                    // objects whose common part failed
+  size_t objectsPastEnd = 0;                   // objects the map places beyond the data read
   std::vector<std::string> warnings;
 
   const ObjectRecord* Find(uint64_t handle) const {

@@ -163,10 +163,17 @@ Status Reader::Run() {
   if (!seen_section_) {
     return Status::Error(StatusCode::kNotADrawing, "The file is not a DXF drawing (it has no SECTION): " + name_);
   }
-  if (!ended) Warn("The file has no EOF marker");
   if (!version_seen_) SetVersion("AC1009");
   if (!version_error_.empty()) return Status::Error(StatusCode::kUnsupportedVersion, version_error_);
   doc_.Finish();
+  if (!ended) {
+    // Cut off at a section end: every section read is whole, but whatever
+    // followed is gone. The drawing opens and the status says so.
+    const std::string last = doc_.section_order.empty() ? std::string("?") : std::string(doc_.section_order.back());
+    Warn("The file has no EOF marker");
+    return Status::Error(StatusCode::kIncomplete, "The drawing is incomplete: the file ends after the " +
+                                                      Printable(last) + " section, before its EOF marker: " + name_);
+  }
   return Status::Ok();
 }
 

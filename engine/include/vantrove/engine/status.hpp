@@ -11,6 +11,9 @@ enum class StatusCode : int {
   kOk = 1000,
   // Done, but the target could not hold everything: the message lists what was left out.
   kWrittenWithLosses = 1002,
+  // Opened, but the file ends early (a DXF without its EOF marker, a DWG
+  // whose data runs short): what was read is open, the rest is missing.
+  kIncomplete = 1003,
   // Opening a drawing.
   kFileNotFound = 1101,
   kInvalidFileType = 1102,
@@ -49,6 +52,8 @@ struct Status {
   static Status Ok() { return {}; }
   static Status Error(StatusCode c, std::string m) { return {c, std::move(m)}; }
   bool ok() const { return code == StatusCode::kOk; }
+  // Done with a note (1001 to 1099): the work happened, the message says what to know.
+  bool done_with_note() const { return static_cast<int>(code) > 1000 && static_cast<int>(code) < 1100; }
   std::string Text() const { return std::to_string(static_cast<int>(code)) + ":" + message; }
 };
 
