@@ -298,9 +298,9 @@ TEST_F(Trust, ConcurrentInPlaceJobsAllLand) {
   for (pid_t pid : jobs) EXPECT_EQ(WaitTool(pid).status, 0);
   const ToolRun r = Tool({"extract", At("plan.dxf"), "--block", "TITLE", "--no-headings"});
   EXPECT_EQ(r.out,
-            "X1,Base floor plan,C,J. Jones,2026-03-02\r\n"
-            "X2,Upper floor plan,B,J. Jones,2026-03-09\r\n"
-            "X3,Cuts A-A and B-B,A,K. Müller,2026-04-14\r\n");
+            "X1,Base floor plan,C,J. Jones,2026-03-02,Layout1\r\n"
+            "X2,Upper floor plan,B,J. Jones,2026-03-09,Layout2\r\n"
+            "X3,Cuts A-A and B-B,A,K. Müller,2026-04-14,Layout3\r\n");
   EXPECT_NE(Tool({"layers", At("plan.dxf"), "-f", "csv"}).out.find("NOTES,2,True,True,False"), std::string::npos);
   EXPECT_TRUE(fs::is_symlink(At("link.dxf")));
   EXPECT_EQ(IdentityOf(At("plan.dxf")).mode & 0777, 0640u);
