@@ -6,6 +6,7 @@
 #include "dwg/codepage.hpp"
 #include "dwg/objects.hpp"
 #include "dwg/sections.hpp"
+#include "vantrove/engine/progress.hpp"
 
 namespace vantrove::engine::dwg {
 
@@ -58,7 +59,11 @@ bool DecodeDrawing(const std::vector<uint8_t>& file, DecodedDrawing& out, ReadEr
   // the same bytes must not multiply memory and time.
   const uint64_t rawBudget = uint64_t{4} * c.objects.size + (uint64_t{16} << 20);
   uint64_t rawTotal = 0;
+  // Progress goes by objects: the map gives their number before any is read.
+  constexpr size_t kProgressObjects = 8192;
+  size_t seen = 0;
   for (const MapEntry& e : map) {
+    if (seen++ % kProgressObjects == 0) ReportReadProgress(seen - 1, map.size());
     ObjectRecord rec;
     if (e.offset >= 0 && static_cast<uint64_t>(e.offset) >= c.objects.size) ++out.objectsPastEnd;
     if (e.offset < 0 || static_cast<uint64_t>(e.offset) >= c.objects.size || !decoder.Decode(static_cast<size_t>(e.offset), rec)) {
