@@ -220,9 +220,9 @@ std::string EnsureTableStyle(pugi::xml_document& styles, const TableFormat& f) {
 
 // <w:tbl> up to its grid: style, width, spacing, layout and which parts of
 // the format apply.
-std::string TableStartXml(const TableSpec& spec, const TableFormat& format, const std::string& styleId,
+std::string TableStartXml(const TableRequest& request, const TableFormat& format, const std::string& styleId,
                           const std::string& w, int64_t colWidth, int64_t cols) {
-  const TableFlags& fl = spec.flags;
+  const TableFlags& fl = request.flags;
   std::string x = "<" + w + "tbl><" + w + "tblPr>";
   if (!styleId.empty()) x += "<" + w + "tblStyle " + w + "val=\"" + styleId + "\"/>";
   x += fl.autoFit ? "<" + w + "tblW " + w + "w=\"0\" " + w + "type=\"auto\"/>"
@@ -244,22 +244,22 @@ std::string TableStartXml(const TableSpec& spec, const TableFormat& format, cons
 }
 
 // The rows: every cell with the look the format and flags give it.
-void AppendRowsXml(std::string& x, const TableSpec& spec, const TableFormat& format, const std::string& w,
+void AppendRowsXml(std::string& x, const TableRequest& request, const TableFormat& format, const std::string& w,
                    int64_t colWidth, int64_t rows, int64_t cols) {
-  const TableFlags& fl = spec.flags;
+  const TableFlags& fl = request.flags;
   static constexpr const char* kAlign[] = {"left", "center", "right", "both"};
-  std::string ppr = "<" + w + "pPr><" + w + "spacing " + w + "after=\"" + Twips(spec.spaceAfter) + "\"/>";
-  if (spec.align >= 0 && spec.align <= 3) ppr += "<" + w + "jc " + w + "val=\"" + kAlign[spec.align] + "\"/>";
+  std::string ppr = "<" + w + "pPr><" + w + "spacing " + w + "after=\"" + Twips(request.spaceAfter) + "\"/>";
+  if (request.align >= 0 && request.align <= 3) ppr += "<" + w + "jc " + w + "val=\"" + kAlign[request.align] + "\"/>";
   ppr += "</" + w + "pPr>";
   std::string fontXml;
   fontXml += "<" + w + "rFonts " + w + "ascii=\"";
-  ooxml::AppendEscaped(fontXml, spec.font);
+  ooxml::AppendEscaped(fontXml, request.font);
   fontXml += "\" " + w + "hAnsi=\"";
-  ooxml::AppendEscaped(fontXml, spec.font);
+  ooxml::AppendEscaped(fontXml, request.font);
   fontXml += "\" " + w + "cs=\"";
-  ooxml::AppendEscaped(fontXml, spec.font);
+  ooxml::AppendEscaped(fontXml, request.font);
   fontXml += "\"/>";
-  const std::string size = std::to_string(static_cast<int64_t>(std::lround(spec.size * 2)));
+  const std::string size = std::to_string(static_cast<int64_t>(std::lround(request.size * 2)));
   for (int64_t r = 0; r < rows; ++r) {
     x += "<" + w + "tr>";
     if (r == 0 && fl.headingRows) x += "<" + w + "trPr><" + w + "tblHeader/></" + w + "trPr>";
@@ -271,11 +271,11 @@ void AppendRowsXml(std::string& x, const TableSpec& spec, const TableFormat& for
       x += "<" + w + "shd " + w + "val=\"clear\" " + w + "color=\"auto\" " + w + "fill=\"" + (lk.fill.empty() ? "auto" : lk.fill) + "\"/>";
       x += "</" + w + "tcPr><" + w + "p>" + ppr;
       std::string rpr = "<" + w + "rPr>" + fontXml;
-      rpr += spec.bold || lk.bold ? "<" + w + "b/>" : "<" + w + "b " + w + "val=\"0\"/>";
+      rpr += request.bold || lk.bold ? "<" + w + "b/>" : "<" + w + "b " + w + "val=\"0\"/>";
       rpr += lk.italic ? "<" + w + "i/>" : "<" + w + "i " + w + "val=\"0\"/>";
       rpr += "<" + w + "color " + w + "val=\"" + (lk.color.empty() ? "auto" : lk.color) + "\"/>";
       rpr += "<" + w + "sz " + w + "val=\"" + size + "\"/><" + w + "szCs " + w + "val=\"" + size + "\"/></" + w + "rPr>";
-      const std::string& text = c < static_cast<int64_t>(spec.rows[static_cast<size_t>(r)].size()) ? spec.rows[static_cast<size_t>(r)][static_cast<size_t>(c)] : std::string();
+      const std::string& text = c < static_cast<int64_t>(request.rows[static_cast<size_t>(r)].size()) ? request.rows[static_cast<size_t>(r)][static_cast<size_t>(c)] : std::string();
       if (!text.empty()) AppendRuns(x, w, rpr, text);
       x += "</" + w + "p></" + w + "tc>";
     }
@@ -285,17 +285,17 @@ void AppendRowsXml(std::string& x, const TableSpec& spec, const TableFormat& for
 
 }  // namespace
 
-void Document::AppendTable(const TableSpec& spec) {
+void Document::AppendTable(const TableRequest& request) {
   State& s = *s_;
   const std::string& w = s.w;
   pugi::xml_node body = ooxml::ChildLocal(s.doc.document_element(), "body");
   pugi::xml_node sect = body.last_child();
   while (sect && sect.type() != pugi::node_element) sect = sect.previous_sibling();
   if (sect && ooxml::LocalName(sect) != "sectPr") sect = pugi::xml_node();
-  const TableFormat* format = FindTableFormat(spec.tableType);
-  if (!format) Raise(err::kInvalidCall, "No table format " + std::to_string(spec.tableType));
-  const int64_t rows = static_cast<int64_t>(spec.rows.size());
-  const int64_t cols = rows ? static_cast<int64_t>(spec.rows[0].size()) : 0;
+  const TableFormat* format = FindTableFormat(request.tableType);
+  if (!format) Raise(err::kInvalidCall, "No table format " + std::to_string(request.tableType));
+  const int64_t rows = static_cast<int64_t>(request.rows.size());
+  const int64_t cols = rows ? static_cast<int64_t>(request.rows[0].size()) : 0;
   if (rows == 0 || cols == 0) Raise(err::kInvalidCall, "A table needs at least one row and one column");
 
   // The text width of the last section shares the columns unless a width is given.
@@ -306,12 +306,12 @@ void Document::AppendTable(const TableSpec& spec) {
     pugi::xml_node mar = lastSect.child((w + "pgMar").c_str());
     textWidth = pw - mar.attribute((w + "left").c_str()).as_double(1440) - mar.attribute((w + "right").c_str()).as_double(1440);
   }
-  const int64_t colWidth = spec.columnWidth > 0 ? std::lround(spec.columnWidth * 20)
+  const int64_t colWidth = request.columnWidth > 0 ? std::lround(request.columnWidth * 20)
                                                 : static_cast<int64_t>(std::max(textWidth, 1440.0) / static_cast<double>(cols));
   const std::string styleId = format->type == 0 ? std::string() : EnsureTableStyle(s.styles, *format);
 
-  std::string x = TableStartXml(spec, *format, styleId, w, colWidth, cols);
-  AppendRowsXml(x, spec, *format, w, colWidth, rows, cols);
+  std::string x = TableStartXml(request, *format, styleId, w, colWidth, cols);
+  AppendRowsXml(x, request, *format, w, colWidth, rows, cols);
   x += "</" + w + "tbl>";
 
   // The paragraph after the table keeps the formatting of the document's last one.

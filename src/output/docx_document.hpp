@@ -21,7 +21,7 @@ struct TableFlags {
   bool headingRows = false, lastRow = false, firstColumn = false, lastColumn = false, autoFit = false;
 };
 
-struct TableSpec {
+struct TableRequest {
   std::vector<std::vector<std::string>> rows;  // the cells' text, every row as long as the first
   std::string font = "Times New Roman";
   double size = 12;       // points
@@ -43,7 +43,7 @@ class Document {
   void SetLandscape(bool landscape);
   // Adds the table after everything in the document, followed by an empty
   // paragraph in the formatting the document's last paragraph had.
-  void AppendTable(const TableSpec& spec);
+  void AppendTable(const TableRequest& request);
 
   const std::string& path() const;
   bool IsFile(const std::string& path) const;

@@ -35,8 +35,8 @@ int16_t ArrayToWord(Application& app, const Variant& varArray, bool oneDimension
   if (!varArray.IsArray()) return -2;
   const SafeArray& a = varArray.array();
   if (!a.allocated()) Raise(err::kSubscript);
-  docx::TableSpec spec;
-  spec.rows = Rows(a, oneDimensional);
+  docx::TableRequest tableRequest;
+  tableRequest.rows = Rows(a, oneDimensional);
   docx::Document* doc = nullptr;
   const bool existing = !request.document.empty() && fileExists(request.document);
   if (existing) {
@@ -46,15 +46,15 @@ int16_t ArrayToWord(Application& app, const Variant& varArray, bool oneDimension
     doc = &app.Hold(docx::Document::Create());
   }
   doc->SetLandscape(request.pageOrientation == 1);
-  spec.font = request.font;
-  spec.size = request.size;
-  spec.bold = request.bold;
-  spec.spaceAfter = request.spaceAfter;
-  spec.align = request.paragraphAlign;
-  spec.columnWidth = request.columnWidth;
-  spec.tableType = request.tableType;
-  spec.flags = request.flags;
-  doc->AppendTable(spec);
+  tableRequest.font = request.font;
+  tableRequest.size = request.size;
+  tableRequest.bold = request.bold;
+  tableRequest.spaceAfter = request.spaceAfter;
+  tableRequest.align = request.paragraphAlign;
+  tableRequest.columnWidth = request.columnWidth;
+  tableRequest.tableType = request.tableType;
+  tableRequest.flags = request.flags;
+  doc->AppendTable(tableRequest);
   if (request.save) {
     // Saving every document: a new one goes to the file the caller named.
     if (!existing && !request.document.empty()) doc->SaveAs(request.document);
