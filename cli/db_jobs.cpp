@@ -45,19 +45,6 @@ struct SqlOptions {
   bool noHeadings = false;
 };
 
-std::string Escaped(const std::string& text) {
-  std::string out;
-  for (char c : text) {
-    switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      default: out += c;
-    }
-  }
-  return out;
-}
-
 int RunSql(const SqlOptions& o) {
   const std::string format = ResolveFormat("sql", o.format, o.output, "csv", {"csv", "html", "txt"});
   if (format.empty()) return 2;
@@ -75,9 +62,9 @@ int RunSql(const SqlOptions& o) {
     std::string text;
     if (format == "html") {
       SafeArray a = table.ToArray(headings);
-      for (Variant& cell : a.data()) cell = Variant(Escaped(CStr(cell)));
+      for (Variant& cell : a.data()) cell = Variant(HtmlEscape(CStr(cell)));
       v.TwoDArrayToHTMLTable(Variant(std::move(a)), text, dwgCenter, "", "", 1, "", 0, 2, 100, dwgLeft, true, headings);
-      text = "<html><head><meta charset=\"utf-8\"><title>" + Escaped(o.sql) + "</title></head><body>\r\n" + text +
+      text = "<html><head><meta charset=\"utf-8\"><title>" + HtmlEscape(o.sql) + "</title></head><body>\r\n" + text +
              "\r\n</body></html>\r\n";
     } else {
       text = format == "txt" ? table.ToText(headings) : table.ToCsv(headings);
