@@ -77,7 +77,7 @@ std::string FromModel(clsVantrove& v, const std::string& block, DrawingFieldType
 bool UniformTags(const engine::Document& doc) {
   std::map<std::string, std::vector<std::string_view>> first;
   for (const auto& object : doc.all_objects()) {
-    const engine::Object* o = object.get();
+    const engine::Object* o = object;
     if (o->kind() != engine::ObjectKind::kInsert || o->erased) continue;
     const auto* insert = static_cast<const engine::Insert*>(o);
     if (insert->attribs.empty()) continue;

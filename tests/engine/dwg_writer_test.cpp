@@ -234,12 +234,12 @@ TEST_P(DwgWriterEdits, EditedAttributesTextsLayersAndDeletionsSurviveTheSave) {
   const MText* mtext = nullptr;
   const Insert* plainInsert = nullptr;
   for (const auto& object : doc.all_objects()) {
-    if (object->kind() == ObjectKind::kAttrib && attrib == nullptr) attrib = static_cast<const Attrib*>(object.get());
-    if (object->kind() == ObjectKind::kText && text == nullptr) text = static_cast<const Text*>(object.get());
-    if (object->kind() == ObjectKind::kMText && mtext == nullptr) mtext = static_cast<const MText*>(object.get());
-    if (object->kind() == ObjectKind::kInsert && static_cast<const Insert*>(object.get())->attribs.empty() &&
-        static_cast<const Entity*>(object.get())->block != nullptr && plainInsert == nullptr) {
-      plainInsert = static_cast<const Insert*>(object.get());
+    if (object->kind() == ObjectKind::kAttrib && attrib == nullptr) attrib = static_cast<const Attrib*>(object);
+    if (object->kind() == ObjectKind::kText && text == nullptr) text = static_cast<const Text*>(object);
+    if (object->kind() == ObjectKind::kMText && mtext == nullptr) mtext = static_cast<const MText*>(object);
+    if (object->kind() == ObjectKind::kInsert && static_cast<const Insert*>(object)->attribs.empty() &&
+        static_cast<const Entity*>(object)->block != nullptr && plainInsert == nullptr) {
+      plainInsert = static_cast<const Insert*>(object);
     }
   }
   ASSERT_NE(attrib, nullptr);

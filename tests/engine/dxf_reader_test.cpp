@@ -28,7 +28,7 @@ template <class T>
 std::vector<const T*> OfKind(const Document& doc, ObjectKind kind) {
   std::vector<const T*> out;
   for (const auto& object : doc.all_objects()) {
-    if (object->kind() == kind) out.push_back(static_cast<const T*>(object.get()));
+    if (object->kind() == kind) out.push_back(static_cast<const T*>(object));
   }
   return out;
 }
@@ -123,9 +123,9 @@ TEST(DxfReader, R2018KeepsStructureAndLinks) {
   const Object* line = doc->Find("109");
   ASSERT_NE(line, nullptr);
   EXPECT_EQ(line->kind(), ObjectKind::kOther);
-  ASSERT_EQ(line->groups.size(), 11u);
-  EXPECT_EQ(line->groups[0].code, 5);
-  EXPECT_EQ(line->groups.back().code, 31);
+  ASSERT_EQ(doc->Groups(*line).size(), 11u);
+  EXPECT_EQ(doc->Groups(*line)[0].code, 5);
+  EXPECT_EQ(doc->Groups(*line).back().code, 31);
   EXPECT_EQ(static_cast<const Entity*>(line)->layer, "HIDDEN");
   // Dictionaries with their entries.
   auto dictionaries = OfKind<Dictionary>(*doc, ObjectKind::kDictionary);

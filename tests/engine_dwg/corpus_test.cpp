@@ -266,10 +266,10 @@ TEST(DwgCorpus, AgreesWithTheOracle) {
     std::multiset<std::string> defs, texts;
     for (const auto& o : doc.all_objects()) {
       if (o->kind() == ObjectKind::kAttDef) {
-        const auto* d = static_cast<const AttDef*>(o.get());
+        const auto* d = static_cast<const AttDef*>(o);
         defs.insert(std::string(d->tag) + "|" + std::string(d->prompt));
       }
-      if (o->kind() == ObjectKind::kText) texts.insert(std::string(static_cast<const Text*>(o.get())->value));
+      if (o->kind() == ObjectKind::kText) texts.insert(std::string(static_cast<const Text*>(o)->value));
     }
     for (const auto& def : oracle["attdefs"]) {
       std::string key = def["tag"].get<std::string>() + "|" + def["prompt"].get<std::string>();

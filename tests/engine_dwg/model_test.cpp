@@ -118,21 +118,21 @@ TEST(DwgXrecords, ItemsMatchTheDxfTwin) {
   Document doc, twin;
   ASSERT_TRUE(ReadDwgFile(path.string(), doc).ok());
   ASSERT_TRUE(ReadDxfFile(twin_path.string(), twin).ok());
-  auto items = [](const Object& o) {
-    GroupSpan g = o.groups;
+  auto items = [](const Document& d, const Object& o) {
+    GroupSpan g = d.Groups(o);
     size_t at = 0;
     while (at < g.size() && !(g[at].code == 100 && g[at].value() == "AcDbXrecord")) ++at;
     return at < g.size() ? g.subspan(at + 1) : GroupSpan();
   };
   size_t compared = 0;
   for (const auto& o : doc.all_objects()) {
-    if (o->type_name != "XRECORD" || o->groups.empty()) continue;
+    if (o->type_name != "XRECORD" || doc.Groups(*o).empty()) continue;
     const Object* other = twin.Find(o->handle);
     ASSERT_NE(other, nullptr) << FormatHandle(o->handle);
     // An R14 drawing has no cloning flag; the DXF form made for it (the
     // 2000 form) opens with the default one.
-    GroupSpan a = items(*o);
-    const GroupSpan b = items(*other);
+    GroupSpan a = items(doc, *o);
+    const GroupSpan b = items(twin, *other);
     ASSERT_FALSE(a.empty());
     EXPECT_EQ(a[0].code, 280);
     a = a.subspan(1);
@@ -163,10 +163,10 @@ TEST(DwgLwPolylines, VerticesMatchTheDrawingsOwnDxf) {
   Document doc, dxf;
   ASSERT_TRUE(ReadDwgFile(path.string(), doc).ok());
   ASSERT_TRUE(ReadDxfFile(dxf_path.string(), dxf).ok());
-  auto body = [](const Object& o) {
+  auto body = [](const Document& d, const Object& o) {
     std::vector<Group> out;
     bool in = false;
-    for (const Group& g : o.groups) {
+    for (const Group& g : d.Groups(o)) {
       if (g.code == 100) in = g.value() == "AcDbPolyline";
       else if (in && g.code != 91) out.push_back(g);  // vertex ids: 2010 and later only
     }
@@ -175,10 +175,10 @@ TEST(DwgLwPolylines, VerticesMatchTheDrawingsOwnDxf) {
   size_t compared = 0;
   for (const auto& o : doc.all_objects()) {
     if (o->type_name != "LWPOLYLINE") continue;
-    ASSERT_FALSE(o->groups.empty()) << FormatHandle(o->handle);
+    ASSERT_FALSE(doc.Groups(*o).empty()) << FormatHandle(o->handle);
     const Object* other = dxf.Find(o->handle);
     ASSERT_NE(other, nullptr) << FormatHandle(o->handle);
-    std::vector<Group> a = body(*o), b = body(*other);
+    std::vector<Group> a = body(doc, *o), b = body(dxf, *other);
     // The export lists zero bulges and widths; the form leaves them out.
     std::erase_if(b, [](const Group& g) { return (g.code >= 40 && g.code <= 43) && g.AsDouble() == 0.0; });
     std::erase_if(a, [](const Group& g) { return (g.code >= 40 && g.code <= 43) && g.AsDouble() == 0.0; });
@@ -204,12 +204,12 @@ TEST(DwgProxies, UndecodedClassesTravelAsProxies) {
   ASSERT_TRUE(ReadDwgFile(path.string(), doc).ok());
   size_t entities = 0, objects = 0;
   for (const auto& o : doc.all_objects()) {
-    if (!o->type_name.starts_with("ACAD_PROXY_") || o->groups.empty()) continue;
+    if (!o->type_name.starts_with("ACAD_PROXY_") || doc.Groups(*o).empty()) continue;
     (o->is_entity() ? entities : objects) += 1;
     int64_t class_id = 0, bits = -1;
     size_t hex = 0;
     bool in_data = false;
-    for (const Group& g : o->groups) {
+    for (const Group& g : doc.Groups(*o)) {
       if (g.code == 91) class_id = g.AsInt();
       in_data = (in_data && g.code == 310) || g.code == 93 || g.code == 161;
       if (g.code == 93 || g.code == 161) bits = g.AsInt();

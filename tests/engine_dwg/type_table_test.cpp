@@ -99,8 +99,8 @@ TEST(TypeTable, DwgGeometryMatchesTheDxfTwin) {
       for (int32_t code : {10, 20, 30, 11, 21, 40, 50, 51}) {
         const Group* a = nullptr;
         const Group* b = nullptr;
-        for (const Group& g : e->groups) a = g.code == code && a == nullptr ? &g : a;
-        for (const Group& g : twin->groups) b = g.code == code && b == nullptr ? &g : b;
+        for (const Group& g : dwg.Groups(*e)) a = g.code == code && a == nullptr ? &g : a;
+        for (const Group& g : dxf.Groups(*twin)) b = g.code == code && b == nullptr ? &g : b;
         if (b == nullptr) continue;
         ASSERT_NE(a, nullptr) << name << " " << FormatHandle(e->handle) << " group " << code;
         EXPECT_NEAR(a->AsDouble(), b->AsDouble(), 1e-9) << name << " " << FormatHandle(e->handle) << " " << code;

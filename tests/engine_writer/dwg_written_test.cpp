@@ -67,7 +67,7 @@ json Expected(const Document& doc) {
   // Objects of classes the reader does not decode travel as proxies.
   size_t proxies = 0;
   for (const auto& o : doc.all_objects()) {
-    if (!o->erased && !o->groups.empty() && o->type_name.starts_with("ACAD_PROXY_")) ++proxies;
+    if (!o->erased && !doc.Groups(*o).empty() && o->type_name.starts_with("ACAD_PROXY_")) ++proxies;
   }
   exp["proxies"] = proxies;
   for (const Entity* e : doc.entities) add(e, false);

@@ -60,7 +60,7 @@ TEST_F(Edits, TextValues) {
   EXPECT_EQ(mtext->value, "{\\fArial|b1;Line one\\Pline two " + std::string(600, 'y') + "}");
   EXPECT_EQ(mtext->PlainText(), "Line one\nline two " + std::string(600, 'y'));
   size_t pieces = 0;
-  for (const Group& g : mtext->groups) {
+  for (const Group& g : doc().Groups(*mtext)) {
     if (g.code == 3 || g.code == 1) {
       EXPECT_LE(g.size, 250u);
       ++pieces;
@@ -154,7 +154,7 @@ TEST_F(Edits, DeletingAnAttributeAloneAndAnImageWithItsReactor) {
   EXPECT_EQ(doc().Find("201"), nullptr);  // the image's reactor
   const Object* def = doc().Find("200");
   ASSERT_NE(def, nullptr);
-  for (const Group& g : def->groups) EXPECT_NE(g.value(), "201");
+  for (const Group& g : doc().Groups(*def)) EXPECT_NE(g.value(), "201");
   auto saved = SaveAndRead();
   EXPECT_EQ(saved->Find("201"), nullptr);
   EXPECT_EQ(saved->Find("103"), nullptr);

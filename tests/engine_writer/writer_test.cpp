@@ -62,7 +62,7 @@ std::vector<std::string> Dump(const Document& document) {
   auto add = [&](const Object* o) {
     if (o == nullptr || o->synthesized) return;
     std::string line(o->type_name);
-    for (const Group& g : o->groups) line.append(" ").append(std::to_string(g.code)).append("=").append(value(g));
+    for (const Group& g : document.Groups(*o)) line.append(" ").append(std::to_string(g.code)).append("=").append(value(g));
     lines.push_back(line);
   };
   for (const HeaderVariable& v : document.header) {
@@ -223,7 +223,7 @@ TEST(DxfWriter, MultiLineAttributesBecomeSingleLineBefore2018) {
   EXPECT_FALSE(attrib->multiline);
   EXPECT_EQ(attrib->value, "first second");
   EXPECT_EQ(attrib->tag, "NOTE");
-  EXPECT_EQ(attrib->groups.back().value(), "kept");
+  EXPECT_EQ(again->Groups(*attrib).back().value(), "kept");
   // 2018 keeps it as it is.
   EXPECT_TRUE(static_cast<const Attrib*>(Read(Write(*document, 2018))->Find("51"))->multiline);
 }
@@ -323,7 +323,7 @@ TEST(DxfWriter, R12DrawingsGetTheStructureOfLaterVersions) {
       const Object* owner = again->Find(e->owner);
       ASSERT_NE(owner, nullptr) << e->type_name;
       EXPECT_EQ(owner->kind(), ObjectKind::kBlockRecord);
-      EXPECT_EQ(e->groups[2].code, 100) << e->type_name;
+      EXPECT_EQ(again->Groups(*e)[2].code, 100) << e->type_name;
     }
   }
   ASSERT_EQ(again->layouts.size(), 2u);

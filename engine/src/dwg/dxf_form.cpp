@@ -354,7 +354,7 @@ void FormBuilder::Run() {
       groups.reserve(groups.size() + x->data.size() / 8);
       AppendXrecordItems(x->data, x->utf16, text_, doc_.text_arena(), groups);  // the last field
     }
-    object->groups = doc_.StoreGroups(groups);
+    doc_.SetGroups(*object, groups);
   }
 }
 

@@ -35,6 +35,8 @@ Point3 ToPoint(const dwg::Point3& p) { return Point3{p.x, p.y, p.z}; }
 
 // DXF record name of a DWG object type.
 std::string_view DxfTypeName(const ObjectRecord& rec) {
+  // Objects of classes the reader cannot decode travel as proxies.
+  if (std::holds_alternative<dwg::ProxyData>(rec.payload)) return rec.isEntity ? "ACAD_PROXY_ENTITY" : "ACAD_PROXY_OBJECT";
   std::string_view n = rec.dxfName;
   if (n.starts_with("VERTEX")) return "VERTEX";
   if (n.starts_with("POLYLINE")) return "POLYLINE";
@@ -70,6 +72,9 @@ class Filler {
  public:
   Filler(const dwg::DecodedDrawing& d, Document& doc) : d_(d), doc_(doc) {}
   void Run();
+  // What the DXF forms are built from, handed over after Run.
+  std::unordered_map<uint64_t, Object*> TakeMade() { return std::move(made_); }
+  std::unordered_map<uint64_t, std::string_view> TakeNames() { return std::move(names_); }
 
  private:
   template <class T, class... Args>
@@ -97,14 +102,15 @@ class Filler {
 
 template <class T, class... Args>
 T* Filler::Make(const ObjectRecord& rec, Args... args) {
-  auto object = std::make_unique<Sourced<T>>(args...);
+  auto* object = doc_.New<Sourced<T>>(args...);
+  doc_.SetPendingForm(*object, 0, 0);  // built on demand (DxfForms below)
   object->bits = doc_.StoreText(std::string_view(reinterpret_cast<const char*>(rec.raw.data()), rec.raw.size()));
   object->type = rec.type;
   object->decoded = rec.dataOk;
   object->type_name = doc_.StoreText(DxfTypeName(rec));
   object->handle = rec.handle;
   object->owner = rec.owner;
-  return doc_.Add(std::move(object));
+  return object;
 }
 
 Object* Filler::Create(const ObjectRecord& rec) {
@@ -428,15 +434,15 @@ void Filler::Run() {
 
   // Classes, with the groups a DXF file would give them.
   for (const dwg::ClassInfo& ci : d_.classes) {
-    auto object = std::make_unique<Object>(ObjectKind::kOther);
+    auto* object = doc_.New<Object>(ObjectKind::kOther);
     object->type_name = "CLASS";
     object->section = Section::kClasses;
     const std::string proxy = std::to_string(ci.proxyFlags);
     Group groups[] = {{1, doc_.StoreText(ci.dxfName)},          {2, doc_.StoreText(ci.cppName)},
                       {3, doc_.StoreText(ci.appName)},          {90, doc_.StoreText(proxy)},
                       {280, ci.wasZombie ? "1" : "0"},          {281, ci.isEntity ? "1" : "0"}};
-    object->groups = doc_.StoreGroups(GroupSpan(groups, std::size(groups)));
-    doc_.classes.push_back(doc_.Add(std::move(object)));
+    doc_.SetGroups(*object, GroupSpan(groups, std::size(groups)));
+    doc_.classes.push_back(object);
   }
 
   // Names of table entries; blocks take the name of their BLOCK entity,
@@ -480,9 +486,52 @@ void Filler::Run() {
   if (root != doc_.objects_section.end()) std::rotate(doc_.objects_section.begin(), root, root + 1);
   static constexpr std::string_view kSections[] = {"HEADER", "CLASSES", "TABLES", "BLOCKS", "ENTITIES", "OBJECTS"};
   doc_.section_order.assign(std::begin(kSections), std::end(kSections));
-  dwg::BuildDxfForms(d_, doc_, made_, names_);
   doc_.Finish();
 }
+
+// The DXF forms of a drawing read from DWG, built from the decoded records
+// the first time any object's groups are asked for, or before an edit
+// changes a field they are made from: opening, describing and extracting
+// never need them. The records, the objects made for them and the names
+// stay until then.
+class DxfForms final : public Document::SourceDecoder {
+ public:
+  DxfForms(dwg::DecodedDrawing decoded, std::unordered_map<uint64_t, Object*> made,
+           std::unordered_map<uint64_t, std::string_view> names)
+      : decoded_(std::move(decoded)), made_(std::move(made)), names_(std::move(names)) {
+    // What pointed into the file's bytes or the decompressed sections goes:
+    // the forms are made from the decoded values alone.
+    decoded_.container.header = decoded_.container.classes = {};
+    decoded_.container.objectMap = decoded_.container.objects = {};
+    for (dwg::ObjectRecord& rec : decoded_.objects) rec.raw = {};
+    decoded_.container.owned.clear();
+    decoded_.container.owned.shrink_to_fit();
+  }
+
+  GroupSpan Decode(Document& doc, const Object&, uint32_t, uint32_t) override {
+    Settle(doc);
+    return {};  // the object has no DXF form if the build gave it none
+  }
+
+  void Settle(Document& doc) override {
+    if (built_) return;
+    built_ = true;
+    dwg::BuildDxfForms(decoded_, doc, made_, names_);
+    // A writer re-encodes an object whose groups are no longer these.
+    for (Object* object : doc.all_objects()) {
+      if (auto* source = const_cast<DwgSource*>(DwgSourceOf(*object))) source->groups_as_read = doc.Groups(*object);
+    }
+    decoded_ = dwg::DecodedDrawing();
+    made_.clear();
+    names_.clear();
+  }
+
+ private:
+  dwg::DecodedDrawing decoded_;
+  std::unordered_map<uint64_t, Object*> made_;
+  std::unordered_map<uint64_t, std::string_view> names_;
+  bool built_ = false;
+};
 
 Status FromError(const dwg::ReadError& e, const std::string& name) {
   switch (e.code) {
@@ -503,14 +552,17 @@ Status ReadDwgBuffer(const std::vector<uint8_t>& bytes, const std::string& name,
     dwg::ReadError error;
     if (!dwg::DecodeDrawing(bytes, decoded, error)) return FromError(error, name);
     document.source_path = name;
-    Filler(decoded, document).Run();
+    Filler filler(decoded, document);
+    filler.Run();
     dwg::KeepSourceSections(bytes, decoded, document);
+    const bool truncated = decoded.container.truncated;
+    const size_t past_end = decoded.objectsPastEnd;
+    document.SetSourceDecoder(std::make_unique<DxfForms>(std::move(decoded), filler.TakeMade(), filler.TakeNames()));
     // Data that runs short loses what lay beyond it: the drawing opens, and
     // its status says it is incomplete.
-    if (decoded.container.truncated || decoded.objectsPastEnd > 0) {
-      std::string lost = decoded.objectsPastEnd > 0
-                             ? std::to_string(decoded.objectsPastEnd) + " objects lie beyond the end of the data"
-                             : std::string("the file is shorter than its header says");
+    if (truncated || past_end > 0) {
+      std::string lost = past_end > 0 ? std::to_string(past_end) + " objects lie beyond the end of the data"
+                                      : std::string("the file is shorter than its header says");
       return Status::Error(StatusCode::kIncomplete, "The drawing is incomplete (" + lost + "): " + name);
     }
     return Status::Ok();

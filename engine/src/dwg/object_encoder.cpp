@@ -19,8 +19,8 @@ struct Item {
   const DwgSource* source = nullptr;
 };
 
-bool Edited(const Item& item) {
-  const GroupSpan now = item.object->groups;
+bool Edited(const Document& doc, const Item& item) {
+  const GroupSpan now = doc.Groups(*item.object);  // first: this sets groups_as_read
   const GroupSpan read = item.source->groups_as_read;
   return now.data() != read.data() || now.size() != read.size();
 }
@@ -523,14 +523,14 @@ bool Encoder::Run(std::vector<EncodedObject>& out, EncodeReport& report, std::st
   for (const auto& object : doc_.all_objects()) {
     const DwgSource* source = DwgSourceOf(*object);
     if (source == nullptr || source->bits.empty()) continue;
-    items_[object->handle] = {object.get(), source};
+    items_[object->handle] = {object, source};
     if (object->erased) erased_.insert(object->handle);
   }
   RelinkAroundErased();
   CleanGroupsAndSortTables();
   std::map<std::string, size_t> unchanged;
   for (const auto& [handle, item] : items_) {
-    if (item.object->erased || !Edited(item)) continue;
+    if (item.object->erased || !Edited(doc_, item)) continue;
     ObjectPatch* patch = Patch(handle);
     if (patch == nullptr) {
       error = "the stored form of object " + FormatHandle(handle) + " (" + std::string(item.object->type_name) +

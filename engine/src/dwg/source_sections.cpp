@@ -83,9 +83,6 @@ std::string SecondHeader(const std::vector<uint8_t>& file, const std::vector<Ran
 }  // namespace
 
 void KeepSourceSections(const std::vector<uint8_t>& file, const DecodedDrawing& decoded, Document& doc) {
-  for (const auto& object : doc.all_objects()) {
-    if (auto* source = const_cast<DwgSource*>(DwgSourceOf(*object))) source->groups_as_read = object->groups;
-  }
   if (decoded.container.version > Version::kR2000) return;
   const std::vector<Range> loc = Locators(file);
   if (!loc[0].present || !loc[1].present || !loc[2].present) return;

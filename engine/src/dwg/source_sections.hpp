@@ -16,9 +16,8 @@ extern const uint8_t kSentinelSecondHeaderEnd[16];
 // The sentinel that closes the R13-2000 file header.
 extern const uint8_t kSentinelFileHeaderEnd[16];
 
-// Keeps the R13-2000 file parts (Document::dwg_sections) and marks every
-// object's DXF form as read (DwgSource::groups_as_read). Files of 2004 and
-// later keep only the marks.
+// Keeps the R13-2000 file parts (Document::dwg_sections); files of 2004
+// and later keep none.
 void KeepSourceSections(const std::vector<uint8_t>& file, const DecodedDrawing& decoded, Document& doc);
 
 }  // namespace vantrove::engine::dwg

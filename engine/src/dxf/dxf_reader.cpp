@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dxf/record_decoder.hpp"
+#include "dxf/record_source.hpp"
 #include "dxf/text_decoder.hpp"
 #include "dxf/tokenizer.hpp"
 
@@ -36,7 +37,11 @@ std::string Printable(std::string_view text) {
 class Reader {
  public:
   Reader(Document& document, const char* data, size_t size, const std::string& name)
-      : doc_(document), tokens_(data, size, document.text_arena()), name_(name) {}
+      : doc_(document), tokens_(data, size, document.text_arena()), name_(name) {
+    auto source = std::make_unique<dxf::RecordSource>(data, tokens_.binary(), tokens_.one_byte_codes());
+    source_ = source.get();
+    doc_.SetSourceDecoder(std::move(source));
+  }
 
   Status Run();
 
@@ -47,12 +52,16 @@ class Reader {
     has_pending_ = true;
   }
   std::string_view DecodeValue(const dxf::RawGroup& group);
-  bool ReadBody();
+  bool ReadBody(size_t& end);
   Status ReadSection(std::string_view name);
   Status ReadHeader();
   Status ReadRecords(Section section, std::string_view name);
   Status ReadRaw(std::string_view name);
   void Place(Object* object, Section section);
+  // Decodes the records read so far before the text settings change.
+  void SettleRecords() {
+    if (!doc_.all_objects().empty()) dxf::RecordSource::MaterializeAll(doc_);
+  }
   Status Damaged(const std::string& what) const {
     return Status::Error(StatusCode::kDamaged, "The drawing file is damaged (" + what + "): " + name_);
   }
@@ -74,7 +83,7 @@ class Reader {
 
   Document& doc_;
   dxf::Tokenizer tokens_;
-  dxf::TextDecoder decoder_;
+  dxf::RecordSource* source_ = nullptr;  // owned by the document
   std::string name_;
   dxf::RawGroup pending_;
   bool has_pending_ = false;
@@ -98,14 +107,16 @@ bool Reader::Next(dxf::RawGroup& group) {
 }
 
 std::string_view Reader::DecodeValue(const dxf::RawGroup& group) {
-  if (GroupTypeOf(group.code) != GroupType::kString) return group.value;
-  return decoder_.Decode(group.value, doc_.text_arena());
+  return source_->DecodeValue(group, doc_.text_arena());
 }
 
-bool Reader::ReadBody() {
+// The groups of a record up to the next 0 group; `end` is where they end.
+bool Reader::ReadBody(size_t& end) {
   scratch_.clear();
   dxf::RawGroup group;
-  while (Next(group)) {
+  for (;;) {
+    end = tokens_.offset();
+    if (!Next(group)) break;
     if (group.code == 0) {
       PushBack(group);
       return true;
@@ -125,7 +136,8 @@ void Reader::SetVersion(std::string_view version) {
     version_error_ = "Unsupported drawing version " + Printable(version) +
                      " (this engine reads DXF versions AC1006 to AC1032): " + name_;
   }
-  decoder_.SetUtf8(version >= std::string_view("AC1021"));
+  SettleRecords();
+  source_->text().SetUtf8(version >= std::string_view("AC1021"));
 }
 
 Status Reader::Run() {
@@ -218,7 +230,8 @@ Status Reader::ReadHeader() {
       if (variable == "$ACADVER") SetVersion(value);
       if (variable == "$DWGCODEPAGE") {
         doc_.codepage = std::string(Trim(value));
-        if (!decoder_.SetCodepage(doc_.codepage)) Warn("Unknown code page " + Printable(doc_.codepage));
+        SettleRecords();
+        if (!source_->text().SetCodepage(doc_.codepage)) Warn("Unknown code page " + Printable(doc_.codepage));
       }
     }
     scratch_.emplace_back(group.code, value);
@@ -265,12 +278,16 @@ Status Reader::ReadRecords(Section section, std::string_view name) {
       PushBack(group);
       return Status::Ok();
     }
-    if (!ReadBody()) return TokenFault();
-    std::unique_ptr<Object> made = dxf::MakeObject(type, section);
+    const size_t body = tokens_.offset();
+    size_t body_end = body;
+    if (!ReadBody(body_end)) return TokenFault();
+    Object* made = dxf::MakeObject(doc_, type, section);
     made->type_name = type;
-    made->groups = doc_.StoreGroups(scratch_);
-    dxf::DecodeFields(*made, doc_.text_arena());
-    Place(doc_.Add(std::move(made)), section);
+    // The groups are decoded again when needed (dxf::RecordSource); the
+    // fields' views point into the file or the text arena, which stay.
+    doc_.SetPendingForm(*made, static_cast<uint32_t>(body), static_cast<uint32_t>(body_end - body));
+    dxf::DecodeFields(*made, scratch_, doc_.text_arena());
+    Place(made, section);
   }
   if (tokens_.failed()) return TokenFault();
   return EndsInside(name);
@@ -287,7 +304,7 @@ void Reader::Place(Object* object, Section section) {
     case Section::kTables: {
       if (object->type_name == "TABLE") {
         Table table;
-        for (const Group& g : object->groups) {
+        for (const Group& g : scratch_) {  // the record just read
           if (g.code == 2) {
             table.name = Trim(g.value());
             break;

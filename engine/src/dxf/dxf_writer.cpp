@@ -101,7 +101,7 @@ void Emitter::PlanHandles() {
   if (mode_ == Mode::kToR12) {
     auto count = [&](const std::vector<Entity*>& list) {
       for (const Entity* e : list) {
-        if (e->type_name == "LWPOLYLINE") budget += e->groups.size() + 2;
+        if (e->type_name == "LWPOLYLINE") budget += doc_.Groups(*e).size() + 2;
         if (e->kind() == ObjectKind::kMText) budget += static_cast<const MText*>(e)->value.size() + 2;
       }
     };
@@ -186,7 +186,7 @@ void Emitter::PassSections() {
       if (classes) continue;
       classes = true;
       BeginSection("CLASSES");
-      for (const Object* c : doc_.classes) Raw(c->type_name, c->groups);
+      for (const Object* c : doc_.classes) Raw(c->type_name, doc_.Groups(*c));
       EndSection();
     } else if (name == "TABLES") {
       if (tables) continue;
@@ -211,7 +211,7 @@ void Emitter::PassSections() {
         if (o->kind() == ObjectKind::kLayout) {
           LayoutObject(static_cast<const Layout*>(o));
         } else {
-          Raw(o->type_name, o->groups);
+          Raw(o->type_name, doc_.Groups(*o));
         }
       }
       EndSection();
@@ -242,12 +242,12 @@ void Emitter::PassSections() {
 void Emitter::LayoutObject(const Layout* layout) {
   const Handle wanted = layout->block_record != nullptr ? layout->block_record->handle : kNoHandle;
   if (wanted == kNoHandle || wanted == layout->block_record_handle || doc_.Find(layout->block_record_handle) != nullptr) {
-    Raw(layout->type_name, layout->groups);
+    Raw(layout->type_name, doc_.Groups(*layout));
     return;
   }
   out_.Put(0, layout->type_name);
   bool in_layout_part = false;
-  for (const Group& g : layout->groups) {
+  for (const Group& g : doc_.Groups(*layout)) {
     if (g.code == 100) in_layout_part = g.value() == "AcDbLayout";
     if (in_layout_part && g.code == 330) {
       out_.PutHandle(330, wanted);
@@ -261,17 +261,17 @@ void Emitter::PassTables() {
   BeginSection("TABLES");
   for (const Table& table : doc_.tables) {
     if (table.head != nullptr) {
-      Raw(table.head->type_name, table.head->groups);
+      Raw(table.head->type_name, doc_.Groups(*table.head));
     } else {
       out_.Put(0, "TABLE");
       out_.Put(2, table.name);
       out_.PutInt(70, static_cast<int64_t>(table.records.size()));
     }
     for (const Object* record : table.records) {
-      if (!Unwritable(record)) Raw(record->type_name, record->groups);
+      if (!Unwritable(record)) Raw(record->type_name, doc_.Groups(*record));
     }
     if (table.end != nullptr) {
-      Raw("ENDTAB", table.end->groups);
+      Raw("ENDTAB", doc_.Groups(*table.end));
     } else {
       out_.Put(0, "ENDTAB");
     }
@@ -283,12 +283,12 @@ void Emitter::PassBlocks() {
   BeginSection("BLOCKS");
   for (const Block* block : doc_.blocks) {
     if (block->synthesized) continue;
-    Raw(block->type_name, block->groups);
+    Raw(block->type_name, doc_.Groups(*block));
     for (const Entity* e : block->entities) {
       if (e->section == Section::kBlocks) PassEntity(e);
     }
     if (block->end != nullptr) {
-      Raw(block->end->type_name, block->end->groups);
+      Raw(block->end->type_name, doc_.Groups(*block->end));
     } else {
       out_.Put(0, "ENDBLK");
       if (target_rank_ >= 12) {
@@ -314,7 +314,7 @@ void Emitter::PassEntity(const Entity* entity) {
     ProxyEntity(entity);
     return;
   }
-  Raw(entity->type_name, entity->groups);
+  Raw(entity->type_name, doc_.Groups(*entity));
 }
 
 // A proxy entity counts its graphics, unknown data and data bits in 92, 96
@@ -323,7 +323,7 @@ void Emitter::ProxyEntity(const Entity* entity) {
   const bool wide = target_rank_ >= 27;
   bool own = false;
   out_.Put(0, entity->type_name);
-  for (const Group& g : entity->groups) {
+  for (const Group& g : doc_.Groups(*entity)) {
     int32_t code = g.code;
     if (code == 100) own = g.value() == "AcDbProxyEntity";
     if (own && wide && (code == 92 || code == 93 || code == 96)) code = code == 92 ? 160 : code == 93 ? 161 : 162;
@@ -344,7 +344,7 @@ void Emitter::SingleLineAttrib(const Attrib* attrib) {
   bool value_done = false;
   bool skipping = false;
   AppGroups app;
-  for (const Group& g : attrib->groups) {
+  for (const Group& g : doc_.Groups(*attrib)) {
     if (skipping) {
       if (g.code != 1001) continue;
       skipping = false;

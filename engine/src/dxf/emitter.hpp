@@ -75,7 +75,7 @@ class Emitter {
   // A record read from DWG whose type has no DXF form is left out and
   // counted (DWG-only bookkeeping records are not worth a mention).
   bool Unwritable(const Object* o) {
-    if (doc_.format != DrawingFormat::kDwg || !o->groups.empty() || o->synthesized) return false;
+    if (doc_.format != DrawingFormat::kDwg || !doc_.Groups(*o).empty() || o->synthesized) return false;
     if (o->type_name != "VX" && o->type_name != "TABLE") Drop(o->type_name);
     return true;
   }

@@ -52,7 +52,7 @@ void Emitter::R12Tables() {
     if (table != nullptr) {
       for (const Object* record : table->records) {
         if (Unwritable(record)) continue;
-        const std::string_view record_name = OwnValue(record->groups, 2);
+        const std::string_view record_name = OwnValue(doc_.Groups(*record), 2);
         if (name == "LTYPE" && (SameName(record_name, "BYBLOCK") || SameName(record_name, "BYLAYER"))) continue;
         records.push_back(record);
       }
@@ -78,7 +78,7 @@ void Emitter::R12Tables() {
       out_.Put(0, name);
       out_.PutHandle(name == "DIMSTYLE" ? 105 : 5, record->handle);
       AppGroups app;
-      for (const Group& g : record->groups) {
+      for (const Group& g : doc_.Groups(*record)) {
         if (g.code == 1001) {
           if (r10) break;
           // Extended data stays.
@@ -209,7 +209,7 @@ void Emitter::R12Filtered(const Entity* entity, bool paper) {
   bool skipping = false;
   bool value_done = false;
   AppGroups app;
-  for (const Group& g : entity->groups) {
+  for (const Group& g : doc_.Groups(*entity)) {
     if (skipping) {
       if (g.code != 1001) continue;
       skipping = false;
@@ -247,9 +247,9 @@ void Emitter::R12Filtered(const Entity* entity, bool paper) {
 void Emitter::R12Common(const Entity* entity, bool paper) {
   if (paper) out_.Put(67, "1");
   out_.PutName(8, entity->layer.empty() ? std::string_view("0") : entity->layer);
-  const std::string_view linetype = OwnValue(entity->groups, 6);
+  const std::string_view linetype = OwnValue(doc_.Groups(*entity), 6);
   if (!linetype.empty()) out_.PutName(6, linetype);
-  const std::string_view color = OwnValue(entity->groups, 62);
+  const std::string_view color = OwnValue(doc_.Groups(*entity), 62);
   if (!color.empty()) out_.Put(62, color);
 }
 
@@ -261,7 +261,7 @@ void Emitter::R12LwPolyline(const Entity* entity, bool paper) {
   std::string_view elevation = "0.0", constant_width, flags_text = "0", thickness;
   std::string_view extrusion[3];
   AppGroups app;
-  for (const Group& g : entity->groups) {
+  for (const Group& g : doc_.Groups(*entity)) {
     if (g.code == 1001) break;
     if (app.Step(g)) continue;
     if (app.inside()) continue;
@@ -334,15 +334,15 @@ void Emitter::R12MText(const MText* mtext, bool paper) {
     }
   }
   const double height = mtext->height > 0 ? mtext->height : 2.5;
-  const double factor = OwnReal(mtext->groups, 44, 1.0);
+  const double factor = OwnReal(doc_.Groups(*mtext), 44, 1.0);
   const double spacing = height * 5.0 / 3.0 * (factor > 0 ? factor : 1.0);
-  double angle = OwnReal(mtext->groups, 50, 0.0);  // radians
-  if (!OwnValue(mtext->groups, 11).empty()) {
-    const double dx = OwnReal(mtext->groups, 11, 1.0);
-    const double dy = OwnReal(mtext->groups, 21, 0.0);
+  double angle = OwnReal(doc_.Groups(*mtext), 50, 0.0);  // radians
+  if (!OwnValue(doc_.Groups(*mtext), 11).empty()) {
+    const double dx = OwnReal(doc_.Groups(*mtext), 11, 1.0);
+    const double dy = OwnReal(doc_.Groups(*mtext), 21, 0.0);
     if (dx != 0.0 || dy != 0.0) angle = std::atan2(dy, dx);
   }
-  int attachment = static_cast<int>(Group(71, OwnValue(mtext->groups, 71, "1")).AsInt(1));
+  int attachment = static_cast<int>(Group(71, OwnValue(doc_.Groups(*mtext), 71, "1")).AsInt(1));
   if (attachment < 1 || attachment > 9) attachment = 1;
   const int row = (attachment - 1) / 3;     // 0 top, 1 middle, 2 bottom
   const int column = (attachment - 1) % 3;  // 0 left, 1 centre, 2 right
@@ -354,8 +354,8 @@ void Emitter::R12MText(const MText* mtext, bool paper) {
   const double top_x = mtext->point.x - down_x * offset;
   const double top_y = mtext->point.y - down_y * offset;
   const std::string_view style = mtext->style;
-  std::string_view extrusion[3] = {OwnValue(mtext->groups, 210), OwnValue(mtext->groups, 220),
-                                   OwnValue(mtext->groups, 230)};
+  std::string_view extrusion[3] = {OwnValue(doc_.Groups(*mtext), 210), OwnValue(doc_.Groups(*mtext), 220),
+                                   OwnValue(doc_.Groups(*mtext), 230)};
   bool first = true;
   for (size_t i = 0; i < lines.size(); ++i) {
     if (lines[i].empty()) continue;
@@ -387,7 +387,7 @@ void Emitter::R12MText(const MText* mtext, bool paper) {
 
 // A dimension is shown by its block; R12 gets a reference to that block.
 void Emitter::R12Dimension(const Entity* entity, bool paper) {
-  const std::string_view block = OwnValue(entity->groups, 2);
+  const std::string_view block = OwnValue(doc_.Groups(*entity), 2);
   if (block.empty() || doc_.FindBlock(block) == nullptr) {
     Drop("DIMENSION without its block");
     return;
@@ -399,10 +399,10 @@ void Emitter::R12Dimension(const Entity* entity, bool paper) {
   out_.Put(10, "0.0");
   out_.Put(20, "0.0");
   out_.Put(30, "0.0");
-  const std::string_view ez = OwnValue(entity->groups, 230);
+  const std::string_view ez = OwnValue(doc_.Groups(*entity), 230);
   if (!ez.empty()) {
-    out_.Put(210, OwnValue(entity->groups, 210, "0.0"));
-    out_.Put(220, OwnValue(entity->groups, 220, "0.0"));
+    out_.Put(210, OwnValue(doc_.Groups(*entity), 210, "0.0"));
+    out_.Put(220, OwnValue(doc_.Groups(*entity), 220, "0.0"));
     out_.Put(230, ez);
   }
 }

@@ -185,7 +185,7 @@ void Emitter::UpTables() {
     auto has = [&](std::string_view name) {
       if (table == nullptr) return false;
       for (const Object* record : table->records) {
-        if (SameName(OwnValue(record->groups, 2), name)) return true;
+        if (SameName(OwnValue(doc_.Groups(*record), 2), name)) return true;
       }
       return false;
     };
@@ -261,7 +261,7 @@ void Emitter::UpTables() {
         for (const Object* record : table->records) {
           record_head(record->handle);
           AppGroups app;
-          for (const Group& g : record->groups) {
+          for (const Group& g : doc_.Groups(*record)) {
             if (app.Step(g)) continue;
             if (app.inside() || g.code == 100 || g.code == 330 || g.code == 105 || g.code == 5) continue;
             // R12 named the dimension arrow blocks with 5, 6 and 7; later versions point at block records.
@@ -329,12 +329,12 @@ void Emitter::UpEntities() {
 
 void Emitter::UpEntity(const Entity* entity, Handle owner, bool paper) {
   if (entity->kind() == ObjectKind::kBlock || entity->kind() == ObjectKind::kEndBlk) return;
-  if (HasCode(entity->groups, 100)) {
+  if (HasCode(doc_.Groups(*entity), 100)) {
     // Already in the later form (some R12-labelled files are).
     out_.Put(0, entity->type_name);
     bool owner_written = false;
     bool handle_written = false;
-    for (const Group& g : entity->groups) {
+    for (const Group& g : doc_.Groups(*entity)) {
       if (g.code == 5) {
         if (handle_written) continue;
         handle_written = true;
@@ -356,16 +356,16 @@ void Emitter::UpEntity(const Entity* entity, Handle owner, bool paper) {
     }
     return;
   }
-  const int32_t flags = static_cast<int32_t>(Group(70, OwnValue(entity->groups, 70, "0")).AsInt());
+  const int32_t flags = static_cast<int32_t>(Group(70, OwnValue(doc_.Groups(*entity), 70, "0")).AsInt());
   const Subclasses subclasses = SubclassesOf(entity->type_name, flags);
-  size_t xdata = entity->groups.size();
-  for (size_t i = 0; i < entity->groups.size(); ++i) {
-    if (entity->groups[i].code == 1001) {
+  size_t xdata = doc_.Groups(*entity).size();
+  for (size_t i = 0; i < doc_.Groups(*entity).size(); ++i) {
+    if (doc_.Groups(*entity)[i].code == 1001) {
       xdata = i;
       break;
     }
   }
-  const GroupSpan own = entity->groups.first(xdata);
+  const GroupSpan own = doc_.Groups(*entity).first(xdata);
   out_.Put(0, entity->type_name);
   out_.PutHandle(5, entity->handle);
   out_.PutHandle(330, owner);
@@ -392,7 +392,7 @@ void Emitter::UpEntity(const Entity* entity, Handle owner, bool paper) {
       out_.Put(g.code, g.value());
     }
   }
-  for (const Group& g : entity->groups.subspan(xdata)) out_.Put(g.code, g.value());
+  for (const Group& g : doc_.Groups(*entity).subspan(xdata)) out_.Put(g.code, g.value());
 }
 
 void Emitter::UpObjects() {

@@ -274,53 +274,52 @@ void DecodeDictionary(Dictionary& dictionary, GroupSpan groups) {
 
 }  // namespace
 
-std::unique_ptr<Object> MakeObject(std::string_view type, Section section) {
-  std::unique_ptr<Object> object;
+Object* MakeObject(Document& doc, std::string_view type, Section section) {
+  Object* object = nullptr;
   const bool entity_section = section == Section::kBlocks || section == Section::kEntities;
   if (section == Section::kTables) {
     if (type == "LAYER") {
-      object = std::make_unique<Layer>();
+      object = doc.New<Layer>();
     } else if (type == "BLOCK_RECORD") {
-      object = std::make_unique<BlockRecord>();
+      object = doc.New<BlockRecord>();
     }
   } else if (section == Section::kObjects) {
     if (type == "LAYOUT") {
-      object = std::make_unique<Layout>();
+      object = doc.New<Layout>();
     } else if (type == "DICTIONARY" || type == "ACDBDICTIONARYWDFLT") {
-      object = std::make_unique<Dictionary>();
+      object = doc.New<Dictionary>();
     } else if (type == "IMAGEDEF") {
-      object = std::make_unique<ImageDef>();
+      object = doc.New<ImageDef>();
     }
   } else if (entity_section) {
     if (type == "INSERT") {
-      object = std::make_unique<Insert>();
+      object = doc.New<Insert>();
     } else if (type == "ATTRIB") {
-      object = std::make_unique<Attrib>();
+      object = doc.New<Attrib>();
     } else if (type == "ATTDEF") {
-      object = std::make_unique<AttDef>();
+      object = doc.New<AttDef>();
     } else if (type == "TEXT") {
-      object = std::make_unique<Text>();
+      object = doc.New<Text>();
     } else if (type == "MTEXT") {
-      object = std::make_unique<MText>();
+      object = doc.New<MText>();
     } else if (type == "IMAGE") {
-      object = std::make_unique<Image>();
+      object = doc.New<Image>();
     } else if (type == "BLOCK") {
-      object = std::make_unique<Block>();
+      object = doc.New<Block>();
     } else if (type == "ENDBLK") {
-      object = std::make_unique<Entity>(ObjectKind::kEndBlk);
+      object = doc.New<Entity>(ObjectKind::kEndBlk);
     } else if (type == "SEQEND") {
-      object = std::make_unique<Entity>(ObjectKind::kSeqEnd);
+      object = doc.New<Entity>(ObjectKind::kSeqEnd);
     } else {
-      object = std::make_unique<Entity>(ObjectKind::kOther);
+      object = doc.New<Entity>(ObjectKind::kOther);
     }
   }
-  if (!object) object = std::make_unique<Object>(ObjectKind::kOther);
+  if (object == nullptr) object = doc.New<Object>(ObjectKind::kOther);
   object->section = section;
   return object;
 }
 
-void DecodeFields(Object& object, TextArena& arena) {
-  const GroupSpan groups = object.groups;
+void DecodeFields(Object& object, GroupSpan groups, TextArena& arena) {
   DecodeCommon(object, groups);
   if (object.is_entity()) DecodeEntity(static_cast<Entity&>(object), groups);
   switch (object.kind()) {

@@ -6,16 +6,17 @@
 #include <memory>
 #include <string_view>
 
-#include "vantrove/engine/objects.hpp"
+#include "vantrove/engine/document.hpp"
 
 namespace vantrove::engine::dxf {
 
-// A new object for record type `type` as met in `section` (entities in the
-// BLOCKS and ENTITIES sections, table entries, objects...).
-std::unique_ptr<Object> MakeObject(std::string_view type, Section section);
+// A new object in `doc` for record type `type` as met in `section`
+// (entities in the BLOCKS and ENTITIES sections, table entries, objects...).
+Object* MakeObject(Document& doc, std::string_view type, Section section);
 
-// Fills the typed fields of `object` from its groups (already stored). Text
-// values that span several groups (MTEXT) are joined into `arena`.
-void DecodeFields(Object& object, TextArena& arena);
+// Fills the typed fields of `object` from its groups. Views point into the
+// groups' text, so it must live as long as the document; text values that
+// span several groups (MTEXT) are joined into `arena`.
+void DecodeFields(Object& object, GroupSpan groups, TextArena& arena);
 
 }  // namespace vantrove::engine::dxf

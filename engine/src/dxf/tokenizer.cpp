@@ -1,6 +1,7 @@
 #include "dxf/tokenizer.hpp"
 
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 
 namespace vantrove::engine::dxf {
@@ -43,6 +44,10 @@ Tokenizer::Tokenizer(const char* data, size_t size, TextArena& arena) : data_(da
     pos_ = 3;  // a UTF-8 byte order mark some writers put first
   }
 }
+
+Tokenizer::Tokenizer(const char* data, size_t begin, size_t end, TextArena& arena, bool binary, bool one_byte_codes)
+    : data_(data), size_(end), pos_(begin), arena_(arena), binary_(binary), one_byte_codes_(one_byte_codes),
+      next_report_(SIZE_MAX) {}
 
 std::string Tokenizer::Position() const {
   if (binary_) return "byte offset " + std::to_string(group_offset_);

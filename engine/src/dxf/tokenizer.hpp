@@ -29,8 +29,14 @@ std::string_view DecodeCarets(std::string_view value, TextArena& arena);
 class Tokenizer {
  public:
   Tokenizer(const char* data, size_t size, TextArena& arena);
+  // Reads the groups of bytes [begin, end) of a file the first constructor
+  // has seen (its binary() and one_byte_codes()), without progress reports.
+  Tokenizer(const char* data, size_t begin, size_t end, TextArena& arena, bool binary, bool one_byte_codes);
 
   bool binary() const { return binary_; }
+  bool one_byte_codes() const { return one_byte_codes_; }
+  // Where the next group starts.
+  size_t offset() const { return pos_; }
   // Next group; false at the end of the data or on a fault (see failed()).
   bool Next(RawGroup& out);
   bool failed() const { return !error_.empty(); }

@@ -210,13 +210,12 @@ struct DrawingEditor::References {
   std::unordered_map<Handle, std::vector<Object*>> by_target;
 
   explicit References(const Document& document) {
-    for (const auto& owned : document.all_objects()) {
-      Object* object = owned.get();
+    for (Object* object : document.all_objects()) {
       if (object->erased) continue;
       const bool objects_section = object->section == Section::kObjects;
       int depth = 0;
       bool reactors = false;
-      for (const Group& g : object->groups) {
+      for (const Group& g : document.Groups(*object)) {
         if (g.code == 1001) break;
         if (IsOpening(g)) {
           ++depth;
@@ -242,18 +241,20 @@ DrawingEditor::DrawingEditor(Document& document) : doc_(document) {}
 DrawingEditor::~DrawingEditor() = default;
 
 Status DrawingEditor::SetTextValue(std::string_view text, std::string_view handle_text) {
+  doc_.SettleSourceForms();  // forms made from fields are built before a field changes
   Handle handle = kNoHandle;
   if (Status s = ParseObjectHandle(handle_text, handle); !s.ok()) return s;
   Object* object = doc_.Find(handle);
   if (object == nullptr) {
     return Status::Error(StatusCode::kHandleNotFound, "No object has the handle " + FormatHandle(handle));
   }
-  std::vector<Group> groups(object->groups.begin(), object->groups.end());
+  const GroupSpan source = doc_.Groups(*object);
+  std::vector<Group> groups(source.begin(), source.end());
   if (object->kind() == ObjectKind::kText) {
     auto* t = static_cast<Text*>(object);
     t->value = doc_.StoreText(OneLine(text));
     SetOwn(groups, 1, t->value, 7);
-    object->groups = doc_.StoreGroups(groups);
+    doc_.SetGroups(*object, groups);
     return Status::Ok();
   }
   if (object->kind() == ObjectKind::kMText) {
@@ -280,7 +281,7 @@ Status DrawingEditor::SetTextValue(std::string_view text, std::string_view handl
       from = until;
     }
     ReplaceTextGroups(groups, from, until, m->value);
-    object->groups = doc_.StoreGroups(groups);
+    doc_.SetGroups(*object, groups);
     return Status::Ok();
   }
   return Status::Error(StatusCode::kWrongObjectKind, "The object with the handle " + FormatHandle(handle) + " is a " +
@@ -288,6 +289,7 @@ Status DrawingEditor::SetTextValue(std::string_view text, std::string_view handl
 }
 
 Status DrawingEditor::SetAttributeValue(std::string_view value, std::string_view handle_text) {
+  doc_.SettleSourceForms();  // forms made from fields are built before a field changes
   Handle handle = kNoHandle;
   if (Status s = ParseObjectHandle(handle_text, handle); !s.ok()) return s;
   Object* object = doc_.Find(handle);
@@ -299,7 +301,8 @@ Status DrawingEditor::SetAttributeValue(std::string_view value, std::string_view
                                                            KindText(object) + ", not an ATTRIB");
   }
   auto* attrib = static_cast<Attrib*>(object);
-  std::vector<Group> groups(object->groups.begin(), object->groups.end());
+  const GroupSpan source = doc_.Groups(*object);
+  std::vector<Group> groups(source.begin(), source.end());
   if (attrib->multiline) {
     size_t embedded = kNone;
     for (size_t i = 0; i < groups.size(); ++i) {
@@ -317,17 +320,18 @@ Status DrawingEditor::SetAttributeValue(std::string_view value, std::string_view
         attrib->value = doc_.StoreText(OneLine(MTextPlainText(mtext)));
         SetOwn(groups, 1, attrib->value, 40);
       }
-      object->groups = doc_.StoreGroups(groups);
+      doc_.SetGroups(*object, groups);
       return Status::Ok();
     }
   }
   attrib->value = doc_.StoreText(OneLine(value));
   SetOwn(groups, 1, attrib->value, 40);
-  object->groups = doc_.StoreGroups(groups);
+  doc_.SetGroups(*object, groups);
   return Status::Ok();
 }
 
 Status DrawingEditor::DeleteObject(std::string_view handle_text) {
+  doc_.SettleSourceForms();  // forms made from fields are built before a field changes
   Handle handle = kNoHandle;
   if (Status s = ParseObjectHandle(handle_text, handle); !s.ok()) return s;
   Object* object = doc_.Find(handle);
@@ -369,9 +373,10 @@ Status DrawingEditor::DeleteObject(std::string_view handle_text) {
         if (insert->seqend != nullptr) doomed.push_back(insert->seqend);
         insert->seqend = nullptr;
         insert->attributes_follow = false;
-        std::vector<Group> groups(insert->groups.begin(), insert->groups.end());
+        const GroupSpan source = doc_.Groups(*insert);
+        std::vector<Group> groups(source.begin(), source.end());
         if (const size_t at = FindOwn(groups, 66); at != kNone) groups.erase(groups.begin() + static_cast<std::ptrdiff_t>(at));
-        insert->groups = doc_.StoreGroups(groups);
+        doc_.SetGroups(*insert, groups);
       }
     }
   }
@@ -380,7 +385,7 @@ Status DrawingEditor::DeleteObject(std::string_view handle_text) {
   // image reactors, and the entries of those dictionaries.
   for (size_t i = 0; i < doomed.size(); ++i) {
     const Object* owner = doomed[i];
-    for (const Group& g : owner->groups) {
+    for (const Group& g : doc_.Groups(*owner)) {
       const bool owning = g.code == 360 || (owner->kind() == ObjectKind::kDictionary && g.code == 350);
       if (!owning) continue;
       auto target_handle = ParseHandle(g.value());
@@ -419,12 +424,12 @@ Status DrawingEditor::DeleteObject(std::string_view handle_text) {
   };
   for (Object* o : touched) {
     std::vector<Group> kept;
-    kept.reserve(o->groups.size());
+    kept.reserve(doc_.Groups(*o).size());
     int depth = 0;
     bool reactors = false;
     bool changed = false;
     bool xdata = false;
-    const GroupSpan groups = o->groups;
+    const GroupSpan groups = doc_.Groups(*o);
     for (size_t i = 0; i < groups.size(); ++i) {
       const Group& g = groups[i];
       if (g.code == 1001) xdata = true;
@@ -458,7 +463,7 @@ Status DrawingEditor::DeleteObject(std::string_view handle_text) {
       kept.push_back(g);
     }
     if (!changed) continue;
-    o->groups = doc_.StoreGroups(kept);
+    doc_.SetGroups(*o, kept);
     if (o->kind() == ObjectKind::kDictionary) {
       auto* dictionary = static_cast<Dictionary*>(o);
       std::erase_if(dictionary->entries, [&](const Dictionary::Entry& e) { return gone_handles.count(e.handle) != 0; });
@@ -468,6 +473,7 @@ Status DrawingEditor::DeleteObject(std::string_view handle_text) {
 }
 
 Status DrawingEditor::SetImagePath(std::string_view path, std::string_view handle_text) {
+  doc_.SettleSourceForms();  // forms made from fields are built before a field changes
   Handle handle = kNoHandle;
   if (Status s = ParseObjectHandle(handle_text, handle); !s.ok()) return s;
   Object* object = doc_.Find(handle);
@@ -488,14 +494,16 @@ Status DrawingEditor::SetImagePath(std::string_view path, std::string_view handl
     return Status::Error(StatusCode::kWrongObjectKind, "The object with the handle " + FormatHandle(handle) + " is a " +
                                                            KindText(object) + ", not an IMAGE");
   }
-  std::vector<Group> groups(def->groups.begin(), def->groups.end());
+  const GroupSpan source = doc_.Groups(*def);
+  std::vector<Group> groups(source.begin(), source.end());
   def->path = doc_.StoreText(OneLine(path));
   SetOwn(groups, 1, def->path, 100);
-  def->groups = doc_.StoreGroups(groups);
+  doc_.SetGroups(*def, groups);
   return Status::Ok();
 }
 
 Status DrawingEditor::SetXrefPath(std::string_view path, std::string_view name) {
+  doc_.SettleSourceForms();  // forms made from fields are built before a field changes
   Block* block = doc_.FindBlock(name);
   if (block == nullptr || block->erased) {
     return Status::Error(StatusCode::kXrefNotFound, "No external reference is named \"" + Printable(name) + "\"");
@@ -504,14 +512,16 @@ Status DrawingEditor::SetXrefPath(std::string_view path, std::string_view name) 
     return Status::Error(StatusCode::kWrongObjectKind,
                          "The block \"" + Printable(name) + "\" is not an external reference");
   }
-  std::vector<Group> groups(block->groups.begin(), block->groups.end());
+  const GroupSpan source = doc_.Groups(*block);
+  std::vector<Group> groups(source.begin(), source.end());
   block->xref_path = doc_.StoreText(OneLine(path));
   SetOwn(groups, 1, block->xref_path, 3);
-  block->groups = doc_.StoreGroups(groups);
+  doc_.SetGroups(*block, groups);
   return Status::Ok();
 }
 
 Status DrawingEditor::SetLayerState(std::string_view name, int32_t state, int32_t mode) {
+  doc_.SettleSourceForms();  // forms made from fields are built before a field changes
   if (state != 1 && state != 2) {
     return Status::Error(StatusCode::kInvalidLayerState,
                          "Invalid layer state " + std::to_string(state) + " (1 turns on or thaws, 2 turns off or freezes)");
@@ -524,7 +534,8 @@ Status DrawingEditor::SetLayerState(std::string_view name, int32_t state, int32_
   if (layer == nullptr || layer->erased) {
     return Status::Error(StatusCode::kLayerNotFound, "No layer is named \"" + Printable(name) + "\"");
   }
-  std::vector<Group> groups(layer->groups.begin(), layer->groups.end());
+  const GroupSpan source = doc_.Groups(*layer);
+  std::vector<Group> groups(source.begin(), source.end());
   if (mode == 1) {
     int32_t magnitude = layer->color == INT32_MIN ? 7 : std::abs(layer->color);
     if (magnitude == 0) magnitude = 7;
@@ -534,7 +545,7 @@ Status DrawingEditor::SetLayerState(std::string_view name, int32_t state, int32_
     layer->flags = state == 1 ? (layer->flags & ~1) : (layer->flags | 1);
     SetOwn(groups, 70, doc_.StoreText(std::to_string(layer->flags)), 2);
   }
-  if (!layer->synthesized) layer->groups = doc_.StoreGroups(groups);
+  if (!layer->synthesized) doc_.SetGroups(*layer, groups);
   return Status::Ok();
 }
 

@@ -34,7 +34,31 @@ std::string Lower(std::string_view name) {
 }  // namespace
 
 Document::Document() = default;
-Document::~Document() = default;
+
+Document::~Document() {
+  for (Object* object : all_) {
+    if (object->in_arena_) {
+      object->~Object();
+    } else {
+      delete object;
+    }
+  }
+}
+
+void Document::Materialize(const Object& object) const {
+  // The decoder may store this form itself (and others with it).
+  auto* self = const_cast<Document*>(this);  // a Document is never made const; only its users are
+  const GroupSpan decoded =
+      decoder_ ? decoder_->Decode(*self, object, object.form_.offset, object.form_size_) : GroupSpan();
+  if (object.form_pending_) Store(object, decoded);
+}
+
+void Document::Store(const Object& object, GroupSpan groups) const {
+  const GroupSpan stored = groups_.Store(groups);
+  object.form_.groups = stored.data();
+  object.form_size_ = static_cast<uint32_t>(stored.size());
+  object.form_pending_ = false;
+}
 
 void Document::Finish() {
   layers.clear();
@@ -59,43 +83,32 @@ void Document::Finish() {
 
 void Document::IndexHandles() {
   Handle highest = 0;
-  for (const auto& object : all_) highest = std::max(highest, object->handle);
+  Handle lowest = ~Handle{0};
+  size_t count = 0;
+  for (const Object* object : all_) {
+    if (object->handle == kNoHandle) continue;
+    highest = std::max(highest, object->handle);
+    lowest = std::min(lowest, object->handle);
+    ++count;
+  }
+  const Handle highest_used = highest;
   if (auto seed = ParseHandle(HeaderText("$HANDSEED")); seed && *seed > highest && *seed < (Handle{1} << 62)) {
     highest = *seed - 1;
   }
   next_handle_ = highest + 1;
 
-  handle_index_.clear();
-  handle_index_.reserve(all_.size());
-  for (const auto& object : all_) {
-    if (object->handle != kNoHandle) handle_index_.emplace_back(object->handle, object->element_id);
-  }
-  std::sort(handle_index_.begin(), handle_index_.end());
+  handle_index_.Reset(lowest, highest_used, count);
   // A damaged file can repeat a handle: the first record keeps it, later
   // ones get fresh handles so that every handle names one record.
-  bool changed = false;
-  for (size_t i = 1; i < handle_index_.size(); ++i) {
-    if (handle_index_[i].first == handle_index_[i - 1].first) {
-      Object* later = all_[handle_index_[i].second].get();
-      warnings.push_back("Handle " + FormatHandle(later->handle) + " was used twice; the second record got a new handle");
-      later->handle = kNoHandle;
-      changed = true;
-    }
+  for (Object* object : all_) {
+    if (object->handle == kNoHandle || handle_index_.Add(object->handle, object->element_id)) continue;
+    warnings.push_back("Handle " + FormatHandle(object->handle) + " was used twice; the second record got a new handle");
+    object->handle = kNoHandle;
   }
-  for (const auto& object : all_) {
+  for (Object* object : all_) {
     const bool needs_handle = object->handle == kNoHandle && object->section != Section::kClasses &&
                               object->section != Section::kNone && object->type_name != "ENDTAB";
-    if (needs_handle) {
-      AssignHandle(object.get());
-      changed = true;
-    }
-  }
-  if (changed) {
-    handle_index_.clear();
-    for (const auto& object : all_) {
-      if (object->handle != kNoHandle) handle_index_.emplace_back(object->handle, object->element_id);
-    }
-    std::sort(handle_index_.begin(), handle_index_.end());
+    if (needs_handle) handle_index_.Add(AssignHandle(object), object->element_id);
   }
 }
 
@@ -143,14 +156,12 @@ void Document::LinkBlocks() {
     if (owner != nullptr && owner->kind() == ObjectKind::kBlockRecord) space = static_cast<BlockRecord*>(owner)->block;
   }
   auto synthesize = [this](std::string_view name) {
-    auto block = std::make_unique<Block>();
-    block->type_name = "BLOCK";
-    block->name = name;
-    block->synthesized = true;
-    block->section = Section::kBlocks;
-    Block* raw = Add(std::move(block));
-    AssignHandle(raw);
-    handle_index_.emplace_back(raw->handle, raw->element_id);  // highest handle: order kept
+    Block* raw = New<Block>();
+    raw->type_name = "BLOCK";
+    raw->name = name;
+    raw->synthesized = true;
+    raw->section = Section::kBlocks;
+    handle_index_.Add(AssignHandle(raw), raw->element_id);
     blocks.push_back(raw);
     return raw;
   };
@@ -186,17 +197,15 @@ void Document::LinkLayouts() {
   }
   if (layouts.empty()) {
     auto make = [this](std::string_view name, int tab, Block* block) {
-      auto layout = std::make_unique<Layout>();
-      layout->type_name = "LAYOUT";
-      layout->name = name;
-      layout->tab_order = tab;
-      layout->block = block;
-      layout->block_record = block->record;
-      layout->synthesized = true;
-      layout->section = Section::kObjects;
-      Layout* raw = Add(std::move(layout));
-      AssignHandle(raw);
-      handle_index_.emplace_back(raw->handle, raw->element_id);
+      Layout* raw = New<Layout>();
+      raw->type_name = "LAYOUT";
+      raw->name = name;
+      raw->tab_order = tab;
+      raw->block = block;
+      raw->block_record = block->record;
+      raw->synthesized = true;
+      raw->section = Section::kObjects;
+      handle_index_.Add(AssignHandle(raw), raw->element_id);
       if (block->record != nullptr && block->record->layout == nullptr) block->record->layout = raw;
       layouts.push_back(raw);
     };
@@ -209,23 +218,21 @@ void Document::LinkLayouts() {
 
 void Document::AddMissingDefaults() {
   if (FindLayer("0") == nullptr) {
-    auto layer = std::make_unique<Layer>();
-    layer->type_name = "LAYER";
-    layer->name = "0";
-    layer->synthesized = true;
-    layer->section = Section::kTables;
-    Layer* raw = Add(std::move(layer));
-    AssignHandle(raw);
-    handle_index_.emplace_back(raw->handle, raw->element_id);
+    Layer* raw = New<Layer>();
+    raw->type_name = "LAYER";
+    raw->name = "0";
+    raw->synthesized = true;
+    raw->section = Section::kTables;
+    handle_index_.Add(AssignHandle(raw), raw->element_id);
     layers.insert(layers.begin(), raw);
   }
 }
 
 Object* Document::Find(Handle handle) const {
   if (handle == kNoHandle) return nullptr;
-  auto it = std::lower_bound(handle_index_.begin(), handle_index_.end(), std::make_pair(handle, uint32_t{0}));
-  if (it == handle_index_.end() || it->first != handle) return nullptr;
-  Object* object = all_[it->second].get();
+  const uint32_t id = handle_index_.Find(handle);
+  if (id == HandleIndex::kNone) return nullptr;
+  Object* object = all_[id];
   return object->erased ? nullptr : object;
 }
 

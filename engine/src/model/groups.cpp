@@ -1,5 +1,6 @@
 #include "vantrove/engine/groups.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <type_traits>
@@ -105,6 +106,22 @@ std::string_view TextArena::Store(std::string_view text) {
   char* out = Allocate(text.size());
   std::memcpy(out, text.data(), text.size());
   return {out, text.size()};
+}
+
+void* ObjectArena::Allocate(size_t size, size_t alignment) {
+  constexpr size_t kChunk = size_t{1} << 20;
+  const size_t pad = (alignment - reinterpret_cast<uintptr_t>(cursor_) % alignment) % alignment;
+  if (cursor_ == nullptr || size + pad > left_) {
+    const size_t chunk = std::max(kChunk, size);
+    chunks_.push_back(std::make_unique_for_overwrite<std::byte[]>(chunk));  // new[] aligns to max_align_t
+    cursor_ = chunks_.back().get();
+    left_ = chunk;
+    return Allocate(size, alignment);
+  }
+  std::byte* out = cursor_ + pad;
+  cursor_ = out + size;
+  left_ -= size + pad;
+  return out;
 }
 
 GroupSpan GroupPool::Store(GroupSpan groups) {

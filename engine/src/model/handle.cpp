@@ -37,4 +37,31 @@ std::optional<Handle> ParseHandle(std::string_view text) {
   return value;
 }
 
+void HandleIndex::Reset(Handle low, Handle high, size_t count) {
+  spread_.clear();
+  flat_.clear();
+  low_ = low;
+  // Flat when the range is at most a few times the count (a slot is 4
+  // bytes, a hash entry several times that).
+  if (count > 0 && high >= low && high - low < 4 * count + 4096) {
+    flat_.assign(static_cast<size_t>(high - low + 1), kNone);
+  }
+}
+
+bool HandleIndex::Add(Handle handle, uint32_t id) {
+  if (handle >= low_ && handle - low_ < flat_.size()) {
+    uint32_t& slot = flat_[handle - low_];
+    if (slot != kNone || (!spread_.empty() && spread_.count(handle) != 0)) return false;
+    slot = id;
+    return true;
+  }
+  // Just past the table (records the engine adds later): grow it.
+  if (!flat_.empty() && handle >= low_ && handle - low_ < flat_.size() + 4096 && spread_.count(handle) == 0) {
+    flat_.resize(static_cast<size_t>(handle - low_ + 1), kNone);
+    flat_.back() = id;
+    return true;
+  }
+  return spread_.emplace(handle, id).second;
+}
+
 }  // namespace vantrove::engine

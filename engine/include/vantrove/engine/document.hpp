@@ -1,18 +1,20 @@
 #pragma once
 // The drawing model: one open drawing with all its objects.
 //
-// How a reader fills it (the DXF reader does exactly this; a DWG reader
+// How a reader fills it (the DXF reader does exactly this; the DWG reader
 // does the same with the records it decodes):
 //  1. Set `format`, `version` ($ACADVER text, e.g. "AC1032"), `codepage`
 //     and `source_path`. Text handed to the model is UTF-8.
 //  2. Keep the bytes that views point into alive with AdoptBuffer, or copy
-//     text into the arena with StoreText; store group lists with
-//     StoreGroups (each object's `groups` is its source form, empty when
-//     the reader has none, e.g. a DWG object decoded straight to fields).
-//  3. Add header variables to `header`, in file order.
-//  4. Create each record as its typed class (Layer, Block, Insert, ...) or
-//     as a plain Object/Entity for anything else, fill its fields, and hand
-//     it to Add() in file order: Add assigns element_id and takes ownership.
+//     text into the arena with StoreText.
+//  3. Add header variables to `header`, in file order (their groups stored
+//     with StoreGroups).
+//  4. Make each record with New<T>() as its typed class (Layer, Block,
+//     Insert, ...) or as a plain Object/Entity for anything else: New
+//     places it in the object arena, in file order, and assigns element_id.
+//     Fill its fields and give it its source form: SetGroups (a copy goes to
+//     the group pool), or SetPendingForm when the reader's SourceDecoder
+//     (SetSourceDecoder) can produce the groups later from what it kept.
 //     Then put it where it belongs: CLASS records in `classes`, table
 //     entries in their `tables` entry, BLOCK/ENDBLK and the entities between
 //     them in `blocks` (Block::entities, Block::end), ENTITIES-section
@@ -24,8 +26,19 @@
 //     attaches ENTITIES-section entities to their layout block, and adds the
 //     defaults a drawing always has when the file lacks them (layer "0",
 //     *Model_Space and *Paper_Space blocks, the Model and Layout1 layouts).
+//
+// Source forms: Groups(object) is the one way to an object's groups. A
+// pending form is decoded on the first call and kept (the span stays valid
+// for the life of the document, until SetGroups replaces it), so extraction
+// and the description, which read only typed fields, never pay for groups.
+// Edits call SettleSourceForms() before they change a field, because a
+// decoder may build groups from the typed fields (the DWG reader does).
+// A Document is used by one thread at a time; Groups() on a const Document
+// may store the decoded groups.
 
+#include <cstddef>
 #include <cstdint>
+#include <new>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -85,15 +98,56 @@ class Document {
   GroupSpan StoreGroups(GroupSpan groups) { return groups_.Store(groups); }
   void AdoptBuffer(std::unique_ptr<char[]> buffer) { buffers_.push_back(std::move(buffer)); }
 
-  // Takes ownership; assigns element_id (the reading position).
+  // Makes a record in the object arena (no heap record of its own) and
+  // assigns element_id (the reading position). It lives as long as the
+  // document.
+  template <class T, class... Args>
+  T* New(Args&&... args) {
+    static_assert(alignof(T) <= alignof(std::max_align_t));
+    T* object = new (objects_.Allocate(sizeof(T), alignof(T))) T(std::forward<Args>(args)...);
+    object->in_arena_ = true;
+    Keep(object);
+    return object;
+  }
+  // Takes ownership of a record made elsewhere; assigns element_id.
   template <class T>
   T* Add(std::unique_ptr<T> object) {
-    T* raw = object.get();
-    raw->element_id = static_cast<uint32_t>(all_.size());
-    all_.push_back(std::move(object));
+    T* raw = object.release();
+    Keep(raw);
     return raw;
   }
-  const std::vector<std::unique_ptr<Object>>& all_objects() const { return all_; }
+  // Every record, in reading order (element_id is the index).
+  const std::vector<Object*>& all_objects() const { return all_; }
+
+  // --- source forms (see the note at the top) ---------------------------
+  // Produces pending source forms for a reader.
+  class SourceDecoder {
+   public:
+    virtual ~SourceDecoder() = default;
+    // The groups of `object`, whose pending form is `offset`/`size` as the
+    // reader gave them to SetPendingForm. The span needs to stay valid only
+    // until the next call; the document stores a copy. A decoder may also
+    // store forms itself with SetGroups (on this and other objects).
+    virtual GroupSpan Decode(Document& document, const Object& object, uint32_t offset, uint32_t size) = 0;
+    // Stores every form that depends on typed fields, before an edit.
+    virtual void Settle(Document&) {}
+  };
+  void SetSourceDecoder(std::unique_ptr<SourceDecoder> decoder) { decoder_ = std::move(decoder); }
+  void SetPendingForm(Object& object, uint32_t offset, uint32_t size) {
+    object.form_.offset = offset;
+    object.form_size_ = size;
+    object.form_pending_ = true;
+  }
+  // The object's source form, in order (decoded now if pending).
+  GroupSpan Groups(const Object& object) const {
+    if (object.form_pending_) Materialize(object);
+    return {object.form_.groups, object.form_size_};
+  }
+  // Replaces the source form with a copy of `groups`.
+  void SetGroups(Object& object, GroupSpan groups) { Store(object, groups); }
+  void SettleSourceForms() {
+    if (decoder_) decoder_->Settle(*this);
+  }
 
   // --- structure, in file order --------------------------------------
   std::vector<std::string_view> section_order;  // "HEADER", "CLASSES", ... as met
@@ -133,6 +187,12 @@ class Document {
   Handle next_handle() const { return next_handle_; }
 
  private:
+  void Keep(Object* object) {
+    object->element_id = static_cast<uint32_t>(all_.size());
+    all_.push_back(object);
+  }
+  void Materialize(const Object& object) const;
+  void Store(const Object& object, GroupSpan groups) const;
   void IndexHandles();
   Handle AssignHandle(Object* object);
   void LinkBlocks();
@@ -140,11 +200,12 @@ class Document {
   void AddMissingDefaults();
 
   TextArena text_;
-  GroupPool groups_;
+  mutable GroupPool groups_;
+  ObjectArena objects_;
+  std::unique_ptr<SourceDecoder> decoder_;
   std::vector<std::unique_ptr<char[]>> buffers_;
-  std::vector<std::unique_ptr<Object>> all_;
-  // (handle, index into all_) sorted by handle.
-  std::vector<std::pair<Handle, uint32_t>> handle_index_;
+  std::vector<Object*> all_;  // owned: arena records destroyed in place, others deleted
+  HandleIndex handle_index_;
   std::unordered_map<std::string, Block*> blocks_by_name_;  // lower-case names
   Block* model_space_ = nullptr;
   Block* paper_space_ = nullptr;

@@ -39,8 +39,10 @@ struct DwgSource {
   std::string_view bits;        // from the size prefix to the check value inclusive
   uint16_t type = 0;            // the object's type number in the file
   bool decoded = false;         // its typed fields were decoded (else only the common part)
-  // The object's DXF form as the reader made it: an edit stores new groups,
-  // so a writer re-encodes the object when its groups are no longer these.
+  // The object's DXF form as first built (the forms of a drawing read from
+  // DWG are built together on the first Document::Groups call): an edit
+  // stores new groups, so a writer re-encodes the object when its groups
+  // are no longer these. Ask Document::Groups first; this is set then.
   GroupSpan groups_as_read;
 };
 

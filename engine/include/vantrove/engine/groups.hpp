@@ -62,6 +62,23 @@ class TextArena {
   size_t reserved_ = 0;
 };
 
+// Append-only raw storage for the drawing's records: big chunks, each
+// allocation aligned as asked (at most alignof(max_align_t)). The owner
+// destroys what it placed here; the arena only frees the chunks.
+class ObjectArena {
+ public:
+  ObjectArena() = default;
+  ObjectArena(const ObjectArena&) = delete;
+  ObjectArena& operator=(const ObjectArena&) = delete;
+
+  void* Allocate(size_t size, size_t alignment);
+
+ private:
+  std::vector<std::unique_ptr<std::byte[]>> chunks_;
+  std::byte* cursor_ = nullptr;
+  size_t left_ = 0;
+};
+
 // Append-only storage of group lists. Each stored list is contiguous.
 class GroupPool {
  public:

@@ -1,11 +1,14 @@
 #pragma once
-// Typed drawing objects. Every object keeps its source form (`groups`, the
-// DXF group codes in file order, or empty for objects that a DWG reader
-// decoded without producing groups) next to the fields the engine reads and
-// edits. An object whose type the engine does not know is a plain Object:
-// its groups are all there is, and a writer copies them through unchanged.
+// Typed drawing objects. Every object has a source form, the DXF group codes
+// in file order, next to the fields the engine reads and edits. The source
+// form is reached through Document::Groups(object) (and replaced with
+// Document::SetGroups): a reader may keep only where the record lies in the
+// file and leave the groups to be decoded on first use. An object whose
+// type the engine does not know is a plain Object: its groups are all
+// there is, and a writer copies them through unchanged.
 //
-// All string_views point into storage owned by the Document (UTF-8).
+// Objects live in the Document's object arena; all string_views point into
+// storage owned by the Document (UTF-8).
 
 #include <cstdint>
 #include <string>
@@ -61,7 +64,18 @@ class Object {
   std::string_view type_name;  // record name as in DXF: "INSERT", "LAYER", "CLASS", ...
   Handle handle = kNoHandle;   // 5 (105 for DIMSTYLE)
   Handle owner = kNoHandle;    // the soft owner (330 outside 102 groups)
-  GroupSpan groups;            // source form, in order
+
+ private:
+  friend class Document;
+  // The source form (see Document::Groups): the stored groups, or, while
+  // `form_pending_`, where the document's source decoder finds them.
+  mutable union Form {
+    const Group* groups;
+    uint32_t offset;
+  } form_{nullptr};
+  mutable uint32_t form_size_ = 0;  // group count, or the pending record's byte length
+
+ public:
   uint32_t element_id = 0;     // position in reading order, stable within one file
   Section section = Section::kNone;
   bool handle_assigned = false;  // the file had no handle; the engine gave one
@@ -70,6 +84,8 @@ class Object {
 
  private:
   ObjectKind kind_;
+  mutable bool form_pending_ = false;
+  bool in_arena_ = false;  // made by Document::New: the arena holds its memory
 };
 
 class Entity : public Object {
