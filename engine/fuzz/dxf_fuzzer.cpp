@@ -1,5 +1,6 @@
 // libFuzzer entry: any bytes through the DXF reader, and when they make a
-// drawing, through the whole description writer as well.
+// drawing, through the whole description writer and the decoding of every
+// record's groups (done on demand otherwise) as well.
 
 #include <cstdint>
 #include <cstring>
@@ -18,6 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     DescriptionSections all{true, true, true, true, true, true, true, true};
     std::string text = DescriptionText(document, all);
     if (text.empty()) __builtin_trap();
+    for (const Object* object : document.all_objects()) document.Groups(*object);
   } else if (status.message.empty()) {
     __builtin_trap();
   }

@@ -33,6 +33,14 @@ std::vector<const T*> OfKind(const Document& doc, ObjectKind kind) {
   return out;
 }
 
+// The first group with `code` of a record, decoded on demand.
+std::string_view GroupValue(const Document& doc, const Object* object, int32_t code) {
+  for (const Group& g : doc.Groups(*object)) {
+    if (g.code == code) return g.value();
+  }
+  return "(none)";
+}
+
 TEST(DxfReader, R12WithCodePageAndNoHandles) {
   auto doc = Open("r12_codepage1252.dxf");
   EXPECT_EQ(doc->version, "AC1009");
@@ -158,6 +166,33 @@ TEST(DxfReader, LegacyMultiByteCodePage) {
   // Shift-JIS bytes and a \M+1 escape (0x82A0 in code page 932).
   EXPECT_EQ(texts[0]->value, "\xE5\x9B\xB3\xE9\x9D\xA2 \xE3\x81\x82");
   EXPECT_EQ(texts[0]->layer, "\xE5\xA3\x81");
+}
+
+// Groups are decoded when first asked for, with the text settings the
+// reader had when it met the record: a code page named only after the
+// entities does not change what they say.
+TEST(DxfReader, GroupsDecodedOnDemandSayWhatTheFieldsSay) {
+  auto multibyte = Open("r2000_codepage932.dxf");
+  auto texts = OfKind<Text>(*multibyte, ObjectKind::kText);
+  ASSERT_EQ(texts.size(), 1u);
+  EXPECT_EQ(GroupValue(*multibyte, texts[0], 1), texts[0]->value);
+  EXPECT_EQ(GroupValue(*multibyte, texts[0], 8), texts[0]->layer);
+
+  const std::string late_header =
+      "0\nSECTION\n2\nENTITIES\n0\nTEXT\n5\n20\n8\n0\n1\nStra\xDF" "e\n0\nENDSEC\n"
+      "0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1015\n9\n$DWGCODEPAGE\n3\nANSI_1251\n0\nENDSEC\n"
+      "0\nSECTION\n2\nOBJECTS\n0\nDICTIONARY\n5\n21\n3\nStra\xDF" "e\n350\n20\n0\nENDSEC\n0\nEOF\n";
+  Document doc;
+  ASSERT_TRUE(ReadText(late_header, doc).ok());
+  const auto* text = static_cast<const Text*>(doc.Find("20"));
+  ASSERT_NE(text, nullptr);
+  EXPECT_EQ(text->value, "Stra\xC3\x9F" "e");
+  EXPECT_EQ(GroupValue(doc, text, 1), text->value);
+  const auto* dictionary = static_cast<const Dictionary*>(doc.Find("21"));
+  ASSERT_NE(dictionary, nullptr);
+  ASSERT_EQ(dictionary->entries.size(), 1u);
+  EXPECT_EQ(dictionary->entries[0].name, "Stra\xD0\xAF" "e");  // 0xDF in Windows-1251
+  EXPECT_EQ(GroupValue(doc, dictionary, 3), dictionary->entries[0].name);
 }
 
 // --- bad input ------------------------------------------------------------

@@ -93,8 +93,8 @@ class Entity : public Object {
   using Object::Object;
   bool is_entity() const override { return true; }
 
+  bool paper_space = false;    // 67 = 1 (first: it fits in the tail of Object)
   std::string_view layer;      // 8
-  bool paper_space = false;    // 67 = 1
   Block* block = nullptr;      // the block definition or layout block that holds it
 };
 
@@ -187,11 +187,11 @@ class Attrib : public TextEntity {
  public:
   Attrib() : TextEntity(ObjectKind::kAttrib) {}
   explicit Attrib(ObjectKind kind) : TextEntity(kind) {}
-  std::string_view tag;         // 2
   int32_t flags = 0;            // 70: 1 invisible, 2 constant, 4 verify, 8 preset
   // Multi-line attributes (2018 DXF) carry an embedded MTEXT whose text is
   // the readable value; `value` is then usually empty.
   bool multiline = false;
+  std::string_view tag;         // 2
   std::string_view mtext_value;
   Insert* insert = nullptr;     // the block reference it belongs to (ATTRIB only)
 
