@@ -19,29 +19,38 @@ namespace {
 // digits reads back from its nearest Double unchanged, so n / 10^k is the
 // 15-digit rounding itself, written without trailing zeros. Null when `d`
 // is no such Double.
+char* WriteDecimal(char* out, bool negative, uint64_t n, int k) {
+  char digits[24];
+  const int len = static_cast<int>(std::to_chars(digits, digits + sizeof digits, n).ptr - digits);
+  if (negative) *out++ = '-';
+  if (k == 0) return std::copy(digits, digits + len, out);
+  if (len <= k) {  // below 1: "0." and leading zeros
+    *out++ = '0';
+    *out++ = '.';
+    out = std::fill_n(out, k - len, '0');
+    return std::copy(digits, digits + len, out);
+  }
+  out = std::copy(digits, digits + len - k, out);
+  *out++ = '.';
+  return std::copy(digits + len - k, digits + len, out);
+}
+
 char* FormatShortDecimal(char* out, double d) {
-  static constexpr double kPow10[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12};
+  static constexpr double kPow10[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                      1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
   constexpr double kLimit = 1e15;
   const double a = std::fabs(d);
   if (!(a >= 1e-4 && a < kLimit)) return nullptr;
+  // The first scale that makes it a whole number, give or take a few units
+  // in the last place, is the only candidate; the division checks it.
   for (int k = 0; k < static_cast<int>(std::size(kPow10)); ++k) {
-    const auto n = static_cast<uint64_t>(a * kPow10[k] + 0.5);  // a near-miss fails the check below
-    if (static_cast<double>(n) >= kLimit) return nullptr;
+    const double scaled = a * kPow10[k];
+    if (scaled >= kLimit) return nullptr;
+    const auto n = static_cast<uint64_t>(scaled + 0.5);
+    const double whole = static_cast<double>(n);
+    if (std::fabs(scaled - whole) > scaled * 0x1p-50) continue;
     // Both operands are exact, so the quotient is the nearest Double to n / 10^k.
-    if (static_cast<double>(n) / kPow10[k] != a) continue;
-    char digits[24];
-    const int len = static_cast<int>(std::to_chars(digits, digits + sizeof digits, n).ptr - digits);
-    if (d < 0) *out++ = '-';
-    if (k == 0) return std::copy(digits, digits + len, out);
-    if (len <= k) {  // below 1: "0." and leading zeros
-      *out++ = '0';
-      *out++ = '.';
-      out = std::fill_n(out, k - len, '0');
-      return std::copy(digits, digits + len, out);
-    }
-    out = std::copy(digits, digits + len - k, out);
-    *out++ = '.';
-    return std::copy(digits + len - k, digits + len, out);
+    return whole / kPow10[k] == a ? WriteDecimal(out, d < 0, n, k) : nullptr;
   }
   return nullptr;
 }

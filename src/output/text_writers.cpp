@@ -143,7 +143,16 @@ class FileText {
     block_[used_++] = c;
   }
   void AppendCell(const Variant& v) {
-    if (v.IsString()) return Append(std::string_view(v.str()));
+    if (const std::string* s = v.get_if<std::string>()) {
+      // A short string is copied as 16 bytes at once: its storage always
+      // holds capacity() + 1 >= 16 of them.
+      if (s->size() < 16 && s->capacity() >= 15 && kBlock - used_ >= 16) {
+        std::memcpy(block_.get() + used_, s->data(), 16);
+        used_ += s->size();
+        return;
+      }
+      return Append(std::string_view(*s));
+    }
     if (kBlock - used_ < detail::kNumberRoom) Flush();
     if (char* end = detail::NumberText(block_.get() + used_, v)) used_ = static_cast<size_t>(end - block_.get());
     else Append(std::string_view(CStr(v)));
