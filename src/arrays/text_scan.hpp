@@ -29,26 +29,53 @@ inline uint64_t BytesEqual64(const char* p, char c) {
 #endif
 }
 
-// Calls `fn(pos, lineFeed)` for each byte of `text` that is a line feed or
-// `delimiter` (not itself a line feed), in order: `lineFeed` tells which.
+// Calls `fn(lineFeeds, delimiters, at)` for each 64 bytes of `text` from
+// offset `at`, with a bit set for each line feed and each `delimiter` (not
+// itself a line feed) among them.
 template <class Fn>
-void ForEachBreak(std::string_view text, char delimiter, Fn&& fn) {
-  const auto block = [&](const char* p, size_t at) {
-    const uint64_t lf = BytesEqual64(p, '\n');
-    for (uint64_t all = lf | BytesEqual64(p, delimiter); all != 0; all &= all - 1) {
-      const int i = __builtin_ctzll(all);
-      fn(at + static_cast<size_t>(i), ((lf >> i) & 1) != 0);
-    }
-  };
+void ForEachBlock(std::string_view text, char delimiter, Fn&& fn) {
   size_t at = 0;
-  for (; at + 64 <= text.size(); at += 64) block(text.data() + at, at);
+  for (; at + 64 <= text.size(); at += 64) {
+    const char* p = text.data() + at;
+    fn(BytesEqual64(p, '\n'), BytesEqual64(p, delimiter), at);
+  }
   if (at < text.size()) {
     // The tail, padded with a byte that is neither.
     char tail[64];
     std::memset(tail, delimiter == '\0' ? 1 : 0, sizeof tail);
     std::memcpy(tail, text.data() + at, text.size() - at);
-    block(tail, at);
+    fn(BytesEqual64(tail, '\n'), BytesEqual64(tail, delimiter), at);
   }
+}
+
+// Calls `fn(pos, lineFeed)` for each byte of `text` that is a line feed or
+// `delimiter`, in order: `lineFeed` tells which.
+template <class Fn>
+void ForEachBreak(std::string_view text, char delimiter, Fn&& fn) {
+  ForEachBlock(text, delimiter, [&](uint64_t lf, uint64_t dl, size_t at) {
+    for (uint64_t all = lf | dl; all != 0; all &= all - 1) {
+      const int i = __builtin_ctzll(all);
+      fn(at + static_cast<size_t>(i), ((lf >> i) & 1) != 0);
+    }
+  });
+}
+
+// Calls `fn(count)` at each line feed of `text` with the number of
+// delimiters since the one before; returns the number after the last.
+template <class Fn>
+size_t CountPerLine(std::string_view text, char delimiter, Fn&& fn) {
+  size_t count = 0;
+  ForEachBlock(text, delimiter, [&](uint64_t lf, uint64_t dl, size_t) {
+    for (; lf != 0; lf &= lf - 1) {
+      const uint64_t before = (lf & (~lf + 1)) - 1;  // the bits below this line feed
+      count += static_cast<size_t>(__builtin_popcountll(dl & before));
+      dl &= ~before;
+      fn(count);
+      count = 0;
+    }
+    count += static_cast<size_t>(__builtin_popcountll(dl));
+  });
+  return count;
 }
 
 }  // namespace vantrove::detail
