@@ -15,6 +15,7 @@
 //   TextBoxToOneDArray: 1, -1 tb is not a text box, -2 not an array, 0.
 #include <algorithm>
 #include <limits>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -97,8 +98,21 @@ std::vector<Variant>& TableFor(Variant& varArray, int64_t lines, size_t most) {
 // Stores a field's text in a cell, reusing the string the cell holds.
 void Store(Variant& cell, std::string_view text) {
   // (The cell is ours to change; the accessor is only offered const.)
-  if (auto* s = const_cast<std::string*>(std::as_const(cell).get_if<std::string>())) s->assign(text);
-  else cell = Variant(text);
+  if (auto* s = const_cast<std::string*>(std::as_const(cell).get_if<std::string>())) {
+    s->assign(text);
+  } else if (cell.IsEmpty()) {
+    // The string goes straight into the cell: no temporary Variant to
+    // move from and destroy.
+    std::destroy_at(&cell);
+    try {
+      std::construct_at(&cell, text);
+    } catch (...) {
+      std::construct_at(&cell);
+      throw;
+    }
+  } else {
+    cell = Variant(text);
+  }
 }
 
 // Surrounding double quotes go when the field's first and last characters
