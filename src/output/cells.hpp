@@ -1,7 +1,9 @@
 #pragma once
 // Internal: element access and element text for the array writers.
 
+#include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "vantrove/output.hpp"
 #include "vantrove/runtime.hpp"
@@ -35,6 +37,17 @@ inline void AppendText(clsConcat& out, const Variant& v) {
   if (v.IsString()) out.SConcat(v.str());
   else out.SConcat(CStr(v));
 }
+
+// Room enough for any number's text.
+inline constexpr size_t kNumberRoom = 64;
+
+// The text of a Long, Integer or finite non-zero Double, as CStr gives it,
+// written at `out` (kNumberRoom bytes); the end of the text, or null for any
+// other value.
+char* NumberText(char* out, const Variant& v);
+
+// Appends the element's text as CStr gives it (Null raises 94).
+void AppendCellText(std::string& out, const Variant& v);
 
 // The text a value gives when it is joined to other text: Null gives "".
 inline std::string JoinedText(const Variant& v) { return v.IsNull() ? std::string() : CStr(v); }

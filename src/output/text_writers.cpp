@@ -1,9 +1,9 @@
 // Arrays to delimited text: as a string, on the clipboard, in a text file.
 #include <algorithm>
-#include <charconv>
-#include <cmath>
 #include <climits>
+#include <cstring>
 #include <limits>
+#include <memory>
 
 #include "../component/boundary.hpp"
 #include "cells.hpp"
@@ -27,7 +27,6 @@ bool DefaultWhenBlank(std::string& separator, std::string_view fallback) {
 // Rows from the lower to the upper bound of dimension 1; in each row the
 // columns of dimension 2, each cell followed by the delimiter, or by the
 // end-of-row text after the last column.
-void AppendCellText(std::string& out, const Variant& v);
 constexpr size_t kLongPiece = 15000;  // bytes; a piece this long may be cut by the builder
 
 // TwoDText straight into one string, for the usual case where the builder
@@ -48,7 +47,7 @@ bool TwoDTextDirect(const SafeArray& a, std::string_view delimiter, std::string_
     for (int64_t c = c0; c <= c1; ++c, ++cell) {
       if (quotes) out += kQuote;
       const size_t before = out.size();
-      AppendCellText(out, *cell);
+      detail::AppendCellText(out, *cell);
       if (out.size() - before > kLongPiece) return false;
       if (quotes) out += kQuote;
       out += c == c1 ? endOfRow : delimiter;
@@ -120,114 +119,108 @@ void AppendRowByBuilder(std::string& out, const SafeArray& a, int64_t r, std::st
 // The shortest digits that read back as the same Double are the 15-digit
 // rounding whenever there are at most 15 of them, and they are much cheaper
 // to find; longer ones are rounded by the general formatter.
-char* FormatG15(char* out, double d) {
-  const auto general = [](char* at, double x) {
-    char* last = std::to_chars(at, at + 40, x, std::chars_format::general, 15).ptr;
-    std::replace(at, last, 'e', 'E');
-    return last;
-  };
-  // Below the normal range a Double's spacing is coarse, and the shortest
-  // digits are no longer its 15-digit rounding.
-  if (std::fabs(d) < std::numeric_limits<double>::min()) return general(out, d);
-  char sci[40];
-  const char* end = std::to_chars(sci, sci + sizeof sci, d, std::chars_format::scientific).ptr;
-  const char* p = sci;
-  if (*p == '-') *out++ = *p++;
-  const char* e = std::find(p, end, 'e');
-  char digits[24];
-  int k = 0;
-  for (const char* q = p; q < e; ++q) {
-    if (*q != '.') digits[k++] = *q;
-  }
-  if (k > 15) return general(out - (p - sci), d);
-  int exp10 = 0;
-  std::from_chars(e + 1 + (e[1] == '+' ? 1 : 0), end, exp10);
-  if (exp10 < -4 || exp10 >= 15) {
-    *out++ = digits[0];
-    if (k > 1) {
-      *out++ = '.';
-      out = std::copy(digits + 1, digits + k, out);
-    }
-    *out++ = 'E';
-    *out++ = exp10 < 0 ? '-' : '+';
-    const int x = std::abs(exp10);
-    if (x < 10) *out++ = '0';
-    return std::to_chars(out, out + 4, x).ptr;
-  }
-  if (exp10 < 0) {
-    *out++ = '0';
-    *out++ = '.';
-    out = std::fill_n(out, -exp10 - 1, '0');
-    return std::copy(digits, digits + k, out);
-  }
-  const int whole = exp10 + 1;  // digits before the decimal point
-  if (k <= whole) {
-    out = std::copy(digits, digits + k, out);
-    return std::fill_n(out, whole - k, '0');
-  }
-  out = std::copy(digits, digits + whole, out);
-  *out++ = '.';
-  return std::copy(digits + whole, digits + k, out);
-}
-
-// A cell's text as the ordinary conversion gives it, appended to `out`;
-// whole numbers are formatted here without a temporary string.
-void AppendCellText(std::string& out, const Variant& v) {
-  if (v.IsString()) {
-    out += v.str();
-    return;
-  }
-  char buf[64];
-  char* end = nullptr;
-  if (const int32_t* l = v.get_if<int32_t>()) {
-    end = std::to_chars(buf, buf + sizeof buf, *l).ptr;
-  } else if (const int16_t* i = v.get_if<int16_t>()) {
-    end = std::to_chars(buf, buf + sizeof buf, *i).ptr;
-  } else if (const double* d = v.get_if<double>(); d != nullptr && std::isfinite(*d) && *d != 0) {
-    end = FormatG15(buf, *d);
-  } else {
-    out += CStr(v);
-    return;
-  }
-  out.append(buf, end);
-}
-
 constexpr size_t kChunk = size_t{1} << 20;  // text handed to the file at a time
+
+// Text for a file, gathered in one fixed block and handed to the file once
+// the block holds kChunk bytes or a piece does not fit.
+class FileText {
+ public:
+  explicit FileText(OutputFile& file) : file_(file), block_(std::make_unique_for_overwrite<char[]>(kBlock)) {}
+
+  void Append(std::string_view s) {
+    if (s.size() > kBlock - used_) {
+      Flush();
+      if (s.size() > kBlock) {
+        file_.Write(s);
+        return;
+      }
+    }
+    std::memcpy(block_.get() + used_, s.data(), s.size());
+    used_ += s.size();
+  }
+  void Append(char c) {
+    if (used_ == kBlock) Flush();
+    block_[used_++] = c;
+  }
+  void AppendCell(const Variant& v) {
+    if (const std::string* s = v.get_if<std::string>()) {
+      // A short string is copied as 16 bytes at once: its storage always
+      // holds capacity() + 1 >= 16 of them.
+      if (s->size() < 16 && s->capacity() >= 15 && kBlock - used_ >= 16) {
+        std::memcpy(block_.get() + used_, s->data(), 16);
+        used_ += s->size();
+        return;
+      }
+      return Append(std::string_view(*s));
+    }
+    if (kBlock - used_ < detail::kNumberRoom) Flush();
+    if (char* end = detail::NumberText(block_.get() + used_, v)) used_ = static_cast<size_t>(end - block_.get());
+    else Append(std::string_view(CStr(v)));
+  }
+  // Hands the text over once a chunk's worth is gathered.
+  void EndOfLine() {
+    if (used_ >= kChunk) Flush();
+  }
+  void Flush() {
+    file_.Write(std::string_view(block_.get(), used_));
+    used_ = 0;
+  }
+
+ private:
+  static constexpr size_t kBlock = kChunk + kChunk / 8;
+  OutputFile& file_;
+  std::unique_ptr<char[]> block_;
+  size_t used_ = 0;
+};
+
+// True when row `r` is to be built by the string builder: a delimiter or a
+// cell over its 15000-character step (which it may cut), or a line long
+// enough to overflow its length.
+bool RowNeedsBuilder(const SafeArray& a, int64_t r, std::string_view delimiter) {
+  if (a.dims() != 2 || delimiter.size() > kLongPiece) return true;
+  const int64_t c0 = a.LBound(2), c1 = a.UBound(2);
+  if (c1 < c0) Raise(err::kSubscript);
+  const Variant* cell = &detail::Cell(a, r, c0);
+  const auto cells = static_cast<size_t>(c1 - c0 + 1);
+  size_t length = cells * (detail::kNumberRoom + 2 + delimiter.size());
+  for (size_t c = 0; c < cells; ++c) {
+    if (!cell[c].IsString()) continue;
+    const size_t n = cell[c].str().size();
+    if (n > kLongPiece) return true;
+    length += n;
+  }
+  return length > INT32_MAX / 2;
+}
 
 // One line per row: the cells joined by the delimiter, then CR LF.
 void WriteTwoDTextFile(const SafeArray& a, const std::string& path, std::string_view delimiter, bool quotes,
                        bool append) {
   OutputFile file(path, append ? OutputFile::Mode::Append : OutputFile::Mode::Replace);
+  FileText text(file);
   const int64_t r0 = a.LBound(1), r1 = a.UBound(1);
-  std::string chunk;
-  chunk.reserve(kChunk + kChunk / 4);
+  const bool oneChar = delimiter.size() == 1;
+  std::string line;
   for (int64_t r = r0; r <= r1; ++r) {
-    const size_t rowStart = chunk.size();
-    bool byBuilder = a.dims() != 2 || delimiter.size() > kLongPiece;
-    if (!byBuilder) {
+    if (RowNeedsBuilder(a, r, delimiter)) {
+      line.clear();
+      AppendRowByBuilder(line, a, r, delimiter, quotes);
+      text.Append(std::string_view(line));
+    } else {
       const int64_t c0 = a.LBound(2), c1 = a.UBound(2);
-      if (c1 < c0) Raise(err::kSubscript);
       const Variant* cell = &detail::Cell(a, r, c0);
-      for (int64_t c = c0; c <= c1 && !byBuilder; ++c, ++cell) {
-        if (quotes) chunk += kQuote;
-        const size_t before = chunk.size();
-        AppendCellText(chunk, *cell);
-        byBuilder = chunk.size() - before > kLongPiece || chunk.size() - rowStart > INT32_MAX / 2;
-        if (quotes) chunk += kQuote;
-        if (c < c1) chunk += delimiter;
+      for (int64_t c = c0; c <= c1; ++c, ++cell) {
+        if (quotes) text.Append('"');
+        text.AppendCell(*cell);
+        if (quotes) text.Append('"');
+        if (c == c1) break;
+        if (oneChar) text.Append(delimiter[0]);
+        else text.Append(delimiter);
       }
     }
-    if (byBuilder) {
-      chunk.resize(rowStart);
-      AppendRowByBuilder(chunk, a, r, delimiter, quotes);
-    }
-    chunk += kCrLf;
-    if (chunk.size() >= kChunk) {
-      file.Write(chunk);
-      chunk.clear();
-    }
+    text.Append(kCrLf);
+    text.EndOfLine();
   }
-  file.Write(chunk);
+  text.Flush();
   file.Commit();
 }
 
@@ -332,7 +325,7 @@ int16_t clsVantrove::OneDArrayToTextFile(const Variant& varArray, const std::str
     std::string chunk;
     for (int64_t i = a.LBound(1); i <= hi; ++i) {
       if (blnQuotes) chunk += kQuote;
-      AppendCellText(chunk, detail::Item(a, i));
+      detail::AppendCellText(chunk, detail::Item(a, i));
       if (blnQuotes) chunk += kQuote;
       chunk += kCrLf;
       if (chunk.size() >= kChunk) {

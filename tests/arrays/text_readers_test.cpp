@@ -1,6 +1,10 @@
 // Delimited text files, strings and text boxes into arrays.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+#include <utility>
+
 #include "../output/temp_folder.hpp"
 #include "vantrove/component.hpp"
 #include "vantrove/controls.hpp"
@@ -82,6 +86,53 @@ TEST(TextFileToArray, AnArrayOfTheSameShapeEndsAsAFreshOneWould) {
       if (f.data()[i].IsString()) {
         EXPECT_EQ(f.data()[i].str(), r.data()[i].str()) << text << " cell " << i;
       }
+    }
+  }
+}
+
+// The table the reading rules give, worked out line by line: a line ends at
+// LF (a CR just before it is dropped), one delimiter is added unless the line
+// ends in one, and every delimiter ends a field.
+std::vector<std::vector<std::string>> TableByRules(const std::string& text, char d) {
+  std::vector<std::string> lines;
+  for (size_t pos = 0; pos < text.size();) {
+    const size_t lf = text.find('\n', pos);
+    std::string line = text.substr(pos, lf == std::string::npos ? std::string::npos : lf - pos);
+    if (lf != std::string::npos && !line.empty() && line.back() == '\r') line.pop_back();
+    lines.push_back(line);
+    pos = lf == std::string::npos ? text.size() : lf + 1;
+  }
+  size_t width = 1;
+  for (const std::string& line : lines) width = std::max(width, 1 + static_cast<size_t>(std::count(line.begin(), line.end(), d)));
+  std::vector<std::vector<std::string>> rows;
+  for (std::string line : lines) {
+    if (line.empty() || line.back() != d) line += d;
+    rows.emplace_back();
+    std::string field;
+    for (char c : line) {
+      if (c != d) field += c;
+      else rows.back().push_back(std::exchange(field, std::string()));
+    }
+    rows.back().resize(width, "<E>");
+  }
+  return rows;
+}
+
+// Random texts around the 64-byte blocks the reader scans by.
+TEST(TextFileToArray, SplitsAsTheRulesSayAcrossBlockEdges) {
+  TempFolder dir;
+  clsVantrove v;
+  const std::string file = dir / "r.csv";
+  std::mt19937 rng(3);
+  Variant a = Dynamic();
+  for (int i = 0; i < 200; ++i) {
+    std::string text(rng() % 300, 'a');
+    for (char& c : text) c = "ab,;\r\n\n"[rng() % 7];
+    Spit(file, text);
+    for (const char d : {',', ';'}) {
+      ASSERT_EQ(v.TextFileToArray(file, a, std::string(1, d)), 1) << text;
+      if (text.empty()) continue;
+      ASSERT_EQ(Rows(a), TableByRules(text, d)) << text;
     }
   }
 }

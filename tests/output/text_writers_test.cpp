@@ -138,7 +138,8 @@ TEST(TwoDArrayToTextFile, DoublesOfEveryMagnitudeReadAsCStr) {
   std::vector<double> values{1e-5,   1e-4,   9.99999999999999e-5, 0.000123, 1e14, 1e15, 999999999999999.0,
                              1e15 + 2, 123456789012345.0, 1234567890123456.0, 0.30000000000000004, 5e-324,
                              1.7976931348623157e308, 2.2250738585072014e-308, 100.0, 1234.5, 0.5, 7.0,
-                             9.9999999999999995e14, 0.1 + 0.2, 1.0 / 7};
+                             9.9999999999999995e14, 0.1 + 0.2, 1.0 / 7, -0.05, 99999999999999.9,
+                             12345678.9012345, 0.000999999999999999, -1e-4, 0.00010000000000000002};
   std::mt19937_64 rng(7);
   for (int i = 0; i < 3000; ++i) {
     // Random bit patterns cover every exponent; rounded decimals cover the
@@ -149,6 +150,8 @@ TEST(TwoDArrayToTextFile, DoublesOfEveryMagnitudeReadAsCStr) {
     if (std::isfinite(d)) values.push_back(d);
     values.push_back(static_cast<double>(static_cast<int64_t>(rng() % 2000000) - 1000000) /
                      std::pow(10.0, static_cast<double>(rng() % 24) - 6));
+    // Up to 15 significant digits at every decimal position.
+    values.push_back(static_cast<double>(rng() % 1000000000000000) / std::pow(10.0, static_cast<double>(rng() % 20)));
   }
   SafeArray column = SafeArray::Matrix(static_cast<int32_t>(values.size()), 1);
   std::string expected;
