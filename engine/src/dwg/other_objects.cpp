@@ -1,0 +1,111 @@
+// The typed part of the objects the drawing model needs: dictionaries,
+// layouts, raster images and their definitions, and XRECORD.
+
+#include "dwg/object_streams.hpp"
+#include "dwg/xrecord.hpp"
+
+namespace vantrove::engine::dwg {
+
+bool DecodeDictionary(Streams& s, ObjectRecord& rec, bool withDefault) {
+  BitReader& d = s.dat;
+  DictionaryData dict;
+  uint32_t count = d.BL();
+  if (s.v == Version::kR14) dict.hardOwner = d.RC();
+  if (s.R2000()) {
+    dict.cloning = d.BS();
+    dict.hardOwner = d.RC();
+  }
+  if (count > kMaxHandles || !s.hdl.CanRead(count, 8)) return false;
+  std::vector<std::string> names;
+  for (uint32_t i = 0; i < count && s.Ok(); ++i) names.push_back(s.T());
+  std::vector<uint64_t> items;
+  s.Refs(count, items);
+  for (size_t i = 0; i < names.size() && i < items.size(); ++i) dict.entries.emplace_back(names[i], items[i]);
+  if (withDefault) dict.defaultEntry = s.Ref();
+  rec.payload = std::move(dict);
+  return s.Ok();
+}
+
+bool DecodeLayout(Streams& s, ObjectRecord& rec) {
+  BitReader& d = s.dat;
+  LayoutData l;
+  l.pageSetupName = s.T();
+  l.plotConfig = s.T();
+  d.BS();
+  for (int i = 0; i < 6; ++i) d.BD();
+  l.paperSize = s.T();
+  d.BD2();
+  d.BS();
+  d.BS();
+  d.BS();
+  d.BD2();
+  d.BD2();
+  if (!s.R2004()) s.T();  // plot view name
+  d.BD();
+  d.BD();
+  s.T();  // style sheet
+  d.BS();
+  d.BD();
+  d.BD2();
+  if (s.R2004()) {
+    d.BS();
+    d.BS();
+    d.BS();
+  }
+  l.name = s.T();
+  l.tabOrder = d.BS();
+  l.flags = d.BS();
+  if (s.R2004()) s.Ref();  // plot view
+  if (s.R2007()) s.Ref();  // visual style
+  l.blockRecord = s.Ref();
+  rec.payload = std::move(l);
+  return s.Ok();
+}
+
+bool DecodeImageDef(Streams& s, ObjectRecord& rec) {
+  BitReader& d = s.dat;
+  ImageDefData def;
+  d.BL();
+  def.size = d.RD2();
+  def.filePath = s.T();
+  def.loaded = d.B();
+  def.resolutionUnits = d.RC();
+  def.pixelSize = d.RD2();
+  rec.payload = std::move(def);
+  return s.Ok();
+}
+
+bool DecodeImage(Streams& s, ObjectRecord& rec) {
+  BitReader& d = s.dat;
+  ImageData img;
+  d.BL();
+  img.origin = d.BD3();
+  img.uVector = d.BD3();
+  img.vVector = d.BD3();
+  img.size = d.RD2();
+  img.displayProperties = d.BS();
+  img.clipping = d.B();
+  img.brightness = d.RC();
+  img.contrast = d.RC();
+  img.fade = d.RC();
+  img.imageDef = s.Ref();
+  img.imageDefReactor = s.Ref();
+  rec.payload = std::move(img);
+  return s.Ok();
+}
+
+bool DecodeXrecord(Streams& s, ObjectRecord& rec) {
+  BitReader& d = s.dat;
+  const uint32_t count = d.BL();
+  if (count > d.remaining() / 8) return false;
+  XrecordData x;
+  x.data = d.Bytes(count);
+  x.utf16 = s.R2007();
+  if (!XrecordItemsFit(x.data, x.utf16)) return false;
+  x.hasCloning = s.R2000();
+  if (x.hasCloning) x.cloning = d.BS();
+  rec.payload = std::move(x);
+  return s.Ok();
+}
+
+}  // namespace vantrove::engine::dwg
