@@ -223,6 +223,13 @@ void FormBuilder::TypeValues(const ObjectRecord& rec, const Object& object, Fiel
     if (x->hasCloning) v.Int("cloning", x->cloning);  // the items follow (Run)
   } else if (const auto* f = std::get_if<FieldData>(&rec.payload)) {
     v = f->values;
+    for (const FieldData::Ref& ref : f->refs) {
+      if (!ref.byName) {
+        if (Known(ref.handle)) v.Ref(ref.field, ref.handle);
+      } else if (std::string_view name = Name(ref.handle); !name.empty()) {
+        v.Text(ref.field, name);
+      }
+    }
   } else if (const auto* t = std::get_if<TextData>(&rec.payload)) {
     TextValues(*t, object, v);
   } else if (const auto* m = std::get_if<MTextData>(&rec.payload)) {

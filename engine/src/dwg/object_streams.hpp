@@ -81,5 +81,8 @@ bool DecodeXrecord(Streams& s, ObjectRecord& rec);
 // a type needs where its encoding is mixed.
 bool DecodeFields(Streams& s, ObjectRecord& rec, const types::TypeDesc& desc);
 bool DecodeLwPolyline(Streams& s, ObjectRecord& rec);
+// Polylines and vertices, SOLID, TRACE, 3DFACE, dimensions
+// (graphic_objects.cpp).
+bool DecodeGraphic(Streams& s, ObjectRecord& rec);
 
 }  // namespace vantrove::engine::dwg

@@ -158,6 +158,14 @@ struct TableEntryData {   // other table entries: only the name is decoded
 // the values by field name, as the DXF form writes them.
 struct FieldData {
   types::FieldValues values;
+  // Fields that name another record (a layer, style or block by name in
+  // DXF) or point at one (a handle), resolved when the DXF form is built.
+  struct Ref {
+    std::string_view field;
+    uint64_t handle = 0;
+    bool byName = true;
+  };
+  std::vector<Ref> refs;
 };
 
 struct ControlData {      // table control objects

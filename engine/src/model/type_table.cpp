@@ -6,12 +6,15 @@
 
 #include <array>
 
+#include "model/type_table_graphics.hpp"
+
 namespace vantrove::engine::types {
 
 namespace {
 
 using K = Kind;
 using B = Bits;
+namespace graphics = types::graphics;
 
 // ---- entities ----------------------------------------------------------------------
 
@@ -405,6 +408,25 @@ constexpr TypeDesc kTypes[] = {
     {"ACDBDICTIONARYWDFLT", 0, false, 5, {}, kDictionaryWithDefaultParts},
     {"XRECORD", 0x4F, false, 5, {}, kXrecordParts},
     {"ACDBPLACEHOLDER", 0x50, false, 5, {}, {}},
+    {"POLYLINE", 0x0F, true, 5, {}, graphics::kPolyline2dParts},
+    {"POLYLINE", 0x10, true, 5, {}, graphics::kPolyline3dParts},
+    {"POLYLINE", 0x1D, true, 5, {}, graphics::kPolyfaceParts},
+    {"POLYLINE", 0x1E, true, 5, {}, graphics::kPolygonMeshParts},
+    {"VERTEX", 0x0A, true, 5, {}, graphics::kVertex2dParts},
+    {"VERTEX", 0x0B, true, 5, {}, graphics::kVertex3dParts},
+    {"VERTEX", 0x0C, true, 5, {}, graphics::kVertexMeshParts},
+    {"VERTEX", 0x0D, true, 5, {}, graphics::kVertexPfaceParts},
+    {"VERTEX", 0x0E, true, 5, {}, graphics::kFaceRecordParts},
+    {"SOLID", 0x1F, true, 5, {}, graphics::kTraceParts},
+    {"TRACE", 0x20, true, 5, {}, graphics::kTraceParts},
+    {"3DFACE", 0x1C, true, 5, {}, graphics::kFaceParts},
+    {"DIMENSION", 0x15, true, 5, {}, graphics::kDimLinearParts},
+    {"DIMENSION", 0x16, true, 5, {}, graphics::kDimAlignedParts},
+    {"DIMENSION", 0x17, true, 5, {}, graphics::kDimAng3ptParts},
+    {"DIMENSION", 0x18, true, 5, {}, graphics::kDimAng2lnParts},
+    {"DIMENSION", 0x19, true, 5, {}, graphics::kDimRadiusParts},
+    {"DIMENSION", 0x1A, true, 5, {}, graphics::kDimDiameterParts},
+    {"DIMENSION", 0x14, true, 5, {}, graphics::kDimOrdinateParts},
     {"ACAD_PROXY_ENTITY", 0, true, 5, {}, kProxyEntityParts},
     {"ACAD_PROXY_OBJECT", 0, false, 5, {}, kProxyObjectParts},
 };

@@ -1,0 +1,136 @@
+#pragma once
+// Field lists of the drawing entities that carry geometry beyond the
+// simple ones (polylines with their vertices, filled faces, dimensions),
+// kept apart from type_table.cpp to keep that file to its size. Included
+// by type_table.cpp only.
+
+#include "model/type_table.hpp"
+
+namespace vantrove::engine::types::graphics {
+
+using K = Kind;
+using B = Bits;
+
+// POLYLINE (2D, 3D, polygon mesh, polyface mesh): the header of the
+// VERTEX records that follow it, ended by a SEQEND. The elevation is a
+// point whose x and y are 0.
+inline constexpr Field kPolyline[] = {
+    {"vertices_follow", 66, K::kInt, B::kNone, kR12, kLatest, "1"},
+    {"elevation", 10, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"thickness", 39, K::kReal, B::kBT},
+    {"flags", 70, K::kInt, B::kSpecial, kR12, kLatest, "0"},
+    {"start_width", 40, K::kReal, B::kBD},
+    {"end_width", 41, K::kReal, B::kBD},
+    {"m_count", 71, K::kInt, B::kBS},
+    {"n_count", 72, K::kInt, B::kBS},
+    {"m_density", 73, K::kInt, B::kBS},
+    {"n_density", 74, K::kInt, B::kBS},
+    {"curve_type", 75, K::kInt, B::kBS},
+    {"extrusion", 210, K::kPoint3, B::kBE},
+};
+inline constexpr Part kPolyline2dParts[] = {{"AcDb2dPolyline", kPolyline}};
+inline constexpr Part kPolyline3dParts[] = {{"AcDb3dPolyline", kPolyline}};
+inline constexpr Part kPolyfaceParts[] = {{"AcDbPolyFaceMesh", kPolyline}};
+inline constexpr Part kPolygonMeshParts[] = {{"AcDbPolygonMesh", kPolyline}};
+
+// VERTEX: the kind of polyline it belongs to is in its flags (32 3D
+// polyline, 64 polygon mesh, 128 polyface mesh, 192 polyface vertex, 128
+// alone a face record) and in its second subclass marker.
+inline constexpr Field kVertex[] = {
+    {"location", 10, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"start_width", 40, K::kReal, B::kSpecial},
+    {"end_width", 41, K::kReal, B::kSpecial},
+    {"bulge", 42, K::kReal, B::kBD},
+    {"flags", 70, K::kInt, B::kRC, kR12, kLatest, "0"},
+    {"tangent", 50, K::kAngle, B::kBD},
+    {"id", 91, K::kInt, B::kBL, k2010},
+};
+// A polyface mesh face: the (1-based, negative when the edge is hidden)
+// numbers of its three or four vertices.
+inline constexpr Field kFaceRecord[] = {
+    {"location", 10, K::kPoint3, B::kNone, kR12, kLatest, "0,0,0"},
+    {"flags", 70, K::kInt, B::kNone, kR12, kLatest, "128"},
+    {"vertex_1", 71, K::kInt, B::kBS},
+    {"vertex_2", 72, K::kInt, B::kBS},
+    {"vertex_3", 73, K::kInt, B::kBS},
+    {"vertex_4", 74, K::kInt, B::kBS},
+};
+inline constexpr Part kVertex2dParts[] = {{"AcDbVertex", {}}, {"AcDb2dVertex", kVertex}};
+inline constexpr Part kVertex3dParts[] = {{"AcDbVertex", {}}, {"AcDb3dPolylineVertex", kVertex}};
+inline constexpr Part kVertexMeshParts[] = {{"AcDbVertex", {}}, {"AcDbPolygonMeshVertex", kVertex}};
+inline constexpr Part kVertexPfaceParts[] = {{"AcDbVertex", {}}, {"AcDbPolyFaceMeshVertex", kVertex}};
+inline constexpr Part kFaceRecordParts[] = {{"AcDbFaceRecord", kFaceRecord}};
+
+// SOLID and TRACE: four corners at the entity's elevation.
+inline constexpr Field kTrace[] = {
+    {"corner_1", 10, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"corner_2", 11, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"corner_3", 12, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"corner_4", 13, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"thickness", 39, K::kReal, B::kBT},
+    {"extrusion", 210, K::kPoint3, B::kBE},
+};
+inline constexpr Part kTraceParts[] = {{"AcDbTrace", kTrace}};
+
+// 3DFACE: four corners in world coordinates and the hidden edges.
+inline constexpr Field kFace[] = {
+    {"corner_1", 10, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"corner_2", 11, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"corner_3", 12, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"corner_4", 13, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"hidden_edges", 70, K::kInt, B::kSpecial},
+};
+inline constexpr Part kFaceParts[] = {{"AcDbFace", kFace}};
+
+// DIMENSION: the part every kind shares, then the kind's own points. The
+// picture is the anonymous block named in group 2.
+inline constexpr Field kDimension[] = {
+    {"class_version", 280, K::kInt, B::kRC, k2010},
+    {"block", 2, K::kName, B::kH, kR12, kLatest, ""},
+    {"dimstyle", 3, K::kName, B::kH, kR12, kLatest, "Standard"},
+    {"definition_point", 10, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"text_midpoint", 11, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+    {"clone_insertion", 12, K::kPoint3, B::kSpecial},
+    {"dimension_type", 70, K::kInt, B::kSpecial, kR12, kLatest, "0"},
+    {"attachment", 71, K::kInt, B::kBS, k2000},
+    {"line_spacing_style", 72, K::kInt, B::kBS, k2000},
+    {"line_spacing_factor", 41, K::kReal, B::kBD, k2000},
+    {"measurement", 42, K::kReal, B::kBD, k2000},
+    {"unknown", 73, K::kInt, B::kB, k2007},
+    {"flip_arrow_1", 74, K::kInt, B::kB, k2007},
+    {"flip_arrow_2", 75, K::kInt, B::kB, k2007},
+    {"text", 1, K::kString, B::kTV},
+    {"text_rotation", 53, K::kAngle, B::kBD},
+    {"horizontal_direction", 51, K::kAngle, B::kBD},
+    {"extrusion", 210, K::kPoint3, B::kBD3},
+};
+inline constexpr Field kDimAligned[] = {
+    {"extension_1", 13, K::kPoint3, B::kBD3, kR12, kLatest, "0,0,0"},
+    {"extension_2", 14, K::kPoint3, B::kBD3, kR12, kLatest, "0,0,0"},
+    {"rotation", 50, K::kAngle, B::kBD},
+    {"oblique", 52, K::kAngle, B::kBD},
+};
+inline constexpr Field kDimAngular[] = {
+    {"extension_1", 13, K::kPoint3, B::kBD3, kR12, kLatest, "0,0,0"},
+    {"extension_2", 14, K::kPoint3, B::kBD3, kR12, kLatest, "0,0,0"},
+    {"vertex", 15, K::kPoint3, B::kBD3, kR12, kLatest, "0,0,0"},
+    {"arc_point", 16, K::kPoint3, B::kSpecial, kR12, kLatest, "0,0,0"},
+};
+inline constexpr Field kDimRadial[] = {
+    {"chord_point", 15, K::kPoint3, B::kBD3, kR12, kLatest, "0,0,0"},
+    {"leader_length", 40, K::kReal, B::kBD, kR12, kLatest, "0"},
+};
+inline constexpr Field kDimOrdinate[] = {
+    {"feature", 13, K::kPoint3, B::kBD3, kR12, kLatest, "0,0,0"},
+    {"leader_end", 14, K::kPoint3, B::kBD3, kR12, kLatest, "0,0,0"},
+};
+inline constexpr Part kDimLinearParts[] = {
+    {"AcDbDimension", kDimension}, {"AcDbAlignedDimension", kDimAligned}, {"AcDbRotatedDimension", {}}};
+inline constexpr Part kDimAlignedParts[] = {{"AcDbDimension", kDimension}, {"AcDbAlignedDimension", kDimAligned}};
+inline constexpr Part kDimAng3ptParts[] = {{"AcDbDimension", kDimension}, {"AcDb3PointAngularDimension", kDimAngular}};
+inline constexpr Part kDimAng2lnParts[] = {{"AcDbDimension", kDimension}, {"AcDb2LineAngularDimension", kDimAngular}};
+inline constexpr Part kDimRadiusParts[] = {{"AcDbDimension", kDimension}, {"AcDbRadialDimension", kDimRadial}};
+inline constexpr Part kDimDiameterParts[] = {{"AcDbDimension", kDimension}, {"AcDbDiametricDimension", kDimRadial}};
+inline constexpr Part kDimOrdinateParts[] = {{"AcDbDimension", kDimension}, {"AcDbOrdinateDimension", kDimOrdinate}};
+
+}  // namespace vantrove::engine::types::graphics
