@@ -1,9 +1,10 @@
 // The typed part of the entities whose DWG encoding mixes flags, packed
 // coordinates and references in an order of its own: polylines and their
-// vertices, SOLID, TRACE, 3DFACE and the dimensions. Each reads only what
+// vertices, SOLID, TRACE, 3DFACE, dimensions and viewports. Each reads only what
 // the type's DXF form holds; counts and references DXF derives from the
 // record order (owned vertices, SEQEND) are not read.
 
+#include "dwg/color.hpp"
 #include "dwg/object_streams.hpp"
 
 namespace vantrove::engine::dwg {
@@ -244,6 +245,78 @@ void ReadDimension(Streams& s, uint16_t type, FieldData& f) {
   f.refs.push_back({"block", s.Ref(), true});
 }
 
+// VIEWPORT: before 2000 only its place and size.
+void ReadViewport(Streams& s, FieldData& f) {
+  BitReader& d = s.dat;
+  FieldValues& v = f.values;
+  PutPoint(d, v, "center");
+  v.Real("width", d.BD());
+  v.Real("height", d.BD());
+  if (!s.R2000()) return;
+  PutPoint(d, v, "view_target");
+  PutPoint(d, v, "view_direction");
+  v.Angle("twist", d.BD());
+  v.Real("view_height", d.BD());
+  v.Real("lens", d.BD());
+  v.Real("front_clip", d.BD());
+  v.Real("back_clip", d.BD());
+  v.Angle("snap_angle", d.BD());
+  const char* points[] = {"view_center", "snap_base", "snap_spacing", "grid_spacing"};
+  for (const char* name : points) {
+    const Point2 p = d.RD2();
+    v.Point(name, p.x, p.y);
+  }
+  v.Int("circle_zoom", d.BS());
+  if (s.R2007()) v.Int("grid_major", d.BS());
+  const uint32_t frozen = d.BL();
+  v.Int("flags", d.BL());
+  v.Text("style_sheet", s.T());
+  v.Int("render_mode", d.RC());
+  v.Int("ucs_icon", d.B());
+  v.Int("ucs_per_viewport", d.B());
+  PutPoint(d, v, "ucs_origin");
+  PutPoint(d, v, "ucs_x_axis");
+  PutPoint(d, v, "ucs_y_axis");
+  v.Real("elevation", d.BD());
+  v.Int("ortho_type", d.BS());
+  if (s.R2004()) v.Int("shade_plot_mode", d.BS());
+  if (s.R2007()) {
+    v.Int("default_lighting", d.B());
+    v.Int("lighting_type", d.RC());
+    v.Real("brightness", d.BD());
+    v.Real("contrast", d.BD());
+    // The ambient colour: index, RGB (0xC2 in the top byte when it has
+    // one), then which names follow.
+    uint16_t index = d.BS();
+    if (const uint32_t rgb = d.BL(); (rgb >> 24) == 0xC2) {
+      v.Int("ambient_rgb", rgb & 0xFFFFFF);
+      if (index == 0) index = static_cast<uint16_t>(NearestColorIndex(rgb & 0xFFFFFF));
+    }
+    v.Int("ambient_color", index);
+    const uint8_t names = d.RC();
+    if (names & 1) s.T();
+    if (names & 2) s.T();
+  }
+  // References: the frozen layers, the clip boundary, the UCS and (2007+)
+  // the background, visual style and shade plot.
+  if (frozen > kMaxHandles) {
+    d.Fail();
+    return;
+  }
+  std::vector<uint64_t> layers;
+  s.Refs(frozen, layers);
+  for (uint64_t layer : layers) f.refs.push_back({"frozen_layers", layer, false, 331});
+  f.refs.push_back({"clip_boundary", s.Ref(), false});
+  if (!s.R2004()) s.Ref();  // the viewport's VX record
+  f.refs.push_back({"ucs", s.Ref(), false});
+  f.refs.push_back({"base_ucs", s.Ref(), false});
+  if (s.R2007()) {
+    f.refs.push_back({"background", s.Ref(), false});
+    f.refs.push_back({"visual_style", s.Ref(), false});
+    f.refs.push_back({"shade_plot", s.Ref(), false});
+  }
+}
+
 }  // namespace
 
 bool DecodeGraphic(Streams& s, ObjectRecord& rec) {
@@ -259,6 +332,8 @@ bool DecodeGraphic(Streams& s, ObjectRecord& rec) {
     ReadFace(s, f.values);
   } else if (type >= 0x14 && type <= 0x1A) {
     ReadDimension(s, type, f);
+  } else if (type == 0x22) {
+    ReadViewport(s, f);
   } else {
     return true;  // not a type of this family
   }

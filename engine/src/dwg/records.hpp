@@ -160,10 +160,12 @@ struct FieldData {
   types::FieldValues values;
   // Fields that name another record (a layer, style or block by name in
   // DXF) or point at one (a handle), resolved when the DXF form is built.
+  // A group `code` other than 0 adds the handle to a run of groups.
   struct Ref {
     std::string_view field;
     uint64_t handle = 0;
     bool byName = true;
+    int32_t code = 0;
   };
   std::vector<Ref> refs;
 };

@@ -427,6 +427,7 @@ constexpr TypeDesc kTypes[] = {
     {"DIMENSION", 0x19, true, 5, {}, graphics::kDimRadiusParts},
     {"DIMENSION", 0x1A, true, 5, {}, graphics::kDimDiameterParts},
     {"DIMENSION", 0x14, true, 5, {}, graphics::kDimOrdinateParts},
+    {"VIEWPORT", 0x22, true, 5, {}, graphics::kViewportParts},
     {"ACAD_PROXY_ENTITY", 0, true, 5, {}, kProxyEntityParts},
     {"ACAD_PROXY_OBJECT", 0, false, 5, {}, kProxyObjectParts},
 };

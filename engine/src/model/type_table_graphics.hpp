@@ -133,4 +133,54 @@ inline constexpr Part kDimRadiusParts[] = {{"AcDbDimension", kDimension}, {"AcDb
 inline constexpr Part kDimDiameterParts[] = {{"AcDbDimension", kDimension}, {"AcDbDiametricDimension", kDimRadial}};
 inline constexpr Part kDimOrdinateParts[] = {{"AcDbDimension", kDimension}, {"AcDbOrdinateDimension", kDimOrdinate}};
 
+// VIEWPORT: a window on model space in a paper space layout. Its number
+// (69) is its place in the layout (1 the layout's own view), its status
+// (68) the same while it is on; neither is stored in DWG.
+inline constexpr Field kViewport[] = {
+    {"center", 10, K::kPoint3, B::kBD3, kR12, kLatest, "0,0,0"},
+    {"width", 40, K::kReal, B::kBD, kR12, kLatest, "1"},
+    {"height", 41, K::kReal, B::kBD, kR12, kLatest, "1"},
+    {"status", 68, K::kInt, B::kNone, kR12, kLatest, "1"},
+    {"id", 69, K::kInt, B::kNone, kR12, kLatest, "1"},
+    {"view_center", 12, K::kPoint2, B::kRD2, k2000, kLatest, "0,0"},
+    {"snap_base", 13, K::kPoint2, B::kRD2, k2000, kLatest, "0,0"},
+    {"snap_spacing", 14, K::kPoint2, B::kRD2, k2000, kLatest, "10,10"},
+    {"grid_spacing", 15, K::kPoint2, B::kRD2, k2000, kLatest, "10,10"},
+    {"view_direction", 16, K::kPoint3, B::kBD3, k2000, kLatest, "0,0,1"},
+    {"view_target", 17, K::kPoint3, B::kBD3, k2000, kLatest, "0,0,0"},
+    {"lens", 42, K::kReal, B::kBD, k2000, kLatest, "50"},
+    {"front_clip", 43, K::kReal, B::kBD, k2000, kLatest, "0"},
+    {"back_clip", 44, K::kReal, B::kBD, k2000, kLatest, "0"},
+    {"view_height", 45, K::kReal, B::kBD, k2000, kLatest, "1"},
+    {"snap_angle", 50, K::kAngle, B::kBD, k2000, kLatest, "0"},
+    {"twist", 51, K::kAngle, B::kBD, k2000, kLatest, "0"},
+    {"circle_zoom", 72, K::kInt, B::kBS, k2000, kLatest, "1000"},
+    {"frozen_layers", 331, K::kGroups, B::kH, k2000},
+    {"flags", 90, K::kInt, B::kBL, k2000, kLatest, "0"},
+    {"clip_boundary", 340, K::kHandle, B::kH, k2000},
+    {"style_sheet", 1, K::kString, B::kTV, k2000, kLatest, ""},
+    {"render_mode", 281, K::kInt, B::kRC, k2000, kLatest, "0"},
+    {"ucs_per_viewport", 71, K::kInt, B::kB, k2000, kLatest, "0"},
+    {"ucs_icon", 74, K::kInt, B::kB, k2000, kLatest, "0"},
+    {"ucs_origin", 110, K::kPoint3, B::kBD3, k2000, kLatest, "0,0,0"},
+    {"ucs_x_axis", 111, K::kPoint3, B::kBD3, k2000, kLatest, "1,0,0"},
+    {"ucs_y_axis", 112, K::kPoint3, B::kBD3, k2000, kLatest, "0,1,0"},
+    {"ucs", 345, K::kHandle, B::kH, k2000},
+    {"base_ucs", 346, K::kHandle, B::kH, k2000},
+    {"ortho_type", 79, K::kInt, B::kBS, k2000, kLatest, "0"},
+    {"elevation", 146, K::kReal, B::kBD, k2000, kLatest, "0"},
+    {"shade_plot_mode", 170, K::kInt, B::kBS, k2004},
+    {"grid_major", 61, K::kInt, B::kBS, k2007},
+    {"background", 332, K::kHandle, B::kH, k2007},
+    {"shade_plot", 333, K::kHandle, B::kH, k2007},
+    {"visual_style", 348, K::kHandle, B::kH, k2007},
+    {"default_lighting", 292, K::kInt, B::kB, k2007},
+    {"lighting_type", 282, K::kInt, B::kRC, k2007},
+    {"brightness", 141, K::kReal, B::kBD, k2007},
+    {"contrast", 142, K::kReal, B::kBD, k2007},
+    {"ambient_color", 63, K::kInt, B::kCMC, k2007},
+    {"ambient_rgb", 421, K::kInt, B::kCMC, k2007},
+};
+inline constexpr Part kViewportParts[] = {{"AcDbViewport", kViewport}};
+
 }  // namespace vantrove::engine::types::graphics
