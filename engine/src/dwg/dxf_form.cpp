@@ -232,7 +232,11 @@ void FormBuilder::TypeValues(const ObjectRecord& rec, const Object& object, Fiel
       v.Int("status", number);
     }
     for (const FieldData::Ref& ref : f->refs) {
-      if (ref.code != 0) {
+      if (ref.slot >= 0) {
+        if (std::string_view name = Name(ref.handle); !name.empty()) {
+          v.SetGroupText(ref.field, static_cast<size_t>(ref.slot), name);
+        }
+      } else if (ref.code != 0) {
         if (Known(ref.handle)) v.Append(ref.field, ref.code, FormatHandle(ref.handle));
       } else if (!ref.byName) {
         if (Known(ref.handle)) v.Ref(ref.field, ref.handle);

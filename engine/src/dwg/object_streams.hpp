@@ -70,12 +70,14 @@ bool DecodeTableEntry(Streams& s, ObjectRecord& rec);
 bool DecodeControl(Streams& s, ObjectRecord& rec);
 
 // Objects (other_objects.cpp): dictionaries (with a default entry or
-// not), layouts, images and their definitions, XRECORD.
+// not), layouts, images and their definitions, XRECORD, GROUP, MLINESTYLE.
 bool DecodeDictionary(Streams& s, ObjectRecord& rec, bool withDefault);
 bool DecodeLayout(Streams& s, ObjectRecord& rec);
 bool DecodeImageDef(Streams& s, ObjectRecord& rec);
 bool DecodeImage(Streams& s, ObjectRecord& rec);
 bool DecodeXrecord(Streams& s, ObjectRecord& rec);
+bool DecodeGroup(Streams& s, ObjectRecord& rec);
+bool DecodeMlineStyle(Streams& s, ObjectRecord& rec);
 
 // Types decoded from their field lists (field_objects.cpp), with the code
 // a type needs where its encoding is mixed.

@@ -235,6 +235,8 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
     case kTypeLayer: return DecodeLayer(s, rec);
     case kTypeBlockControl:
     case kTypeLayerControl: return DecodeControl(s, rec);
+    case kTypeGroup: return DecodeGroup(s, rec);
+    case kTypeMlineStyle: return DecodeMlineStyle(s, rec);
     default: break;
   }
   const std::string& name = rec.dxfName;

@@ -1,6 +1,8 @@
 // The typed part of the objects the drawing model needs: dictionaries,
-// layouts, raster images and their definitions, and XRECORD.
+// layouts, raster images and their definitions, XRECORD, groups and
+// multi-line styles.
 
+#include "dwg/color.hpp"
 #include "dwg/object_streams.hpp"
 #include "dwg/xrecord.hpp"
 
@@ -105,6 +107,71 @@ bool DecodeXrecord(Streams& s, ObjectRecord& rec) {
   x.hasCloning = s.R2000();
   if (x.hasCloning) x.cloning = d.BS();
   rec.payload = std::move(x);
+  return s.Ok();
+}
+
+bool DecodeGroup(Streams& s, ObjectRecord& rec) {
+  BitReader& d = s.dat;
+  FieldData f;
+  f.values.Text("description", s.T());
+  f.values.Int("unnamed", d.BS());
+  f.values.Int("selectable", d.BS());
+  std::vector<uint64_t> entities;
+  s.Refs(d.BL(), entities);
+  for (uint64_t e : entities) f.refs.push_back({"entities", e, false, 340});
+  rec.payload = std::move(f);
+  return s.Ok();
+}
+
+namespace {
+
+// A colour as a DWG object stores it: index, and from 2004 on an RGB value
+// and the names that follow it. The index DXF writes (the nearest one to
+// an RGB colour).
+int ReadObjectColor(Streams& s) {
+  BitReader& d = s.dat;
+  int index = d.BS();
+  if (!s.R2004()) return index;
+  const uint32_t rgb = d.BL();
+  const uint8_t names = d.RC();
+  if (names & 1) s.T();
+  if (names & 2) s.T();
+  const uint8_t method = static_cast<uint8_t>(rgb >> 24);
+  if (method == 0xC3) return static_cast<int>(rgb & 0xFF);
+  if (method == 0xC2) return NearestColorIndex(rgb & 0xFFFFFF);
+  if (method == 0xC0) return 256;
+  if (method == 0xC1) return 0;
+  return index;
+}
+
+}  // namespace
+
+bool DecodeMlineStyle(Streams& s, ObjectRecord& rec) {
+  BitReader& d = s.dat;
+  FieldData f;
+  types::FieldValues& v = f.values;
+  v.Text("name", s.T());
+  v.Text("description", s.T());
+  v.Int("flags", d.BS());
+  v.Int("fill_color", ReadObjectColor(s));
+  v.Angle("start_angle", d.BD());
+  v.Angle("end_angle", d.BD());
+  const uint8_t count = d.RC();
+  v.Int("count", count);
+  for (uint8_t i = 0; i < count && s.Ok(); ++i) {
+    v.Append("elements", 49, types::RealText(d.BD()));
+    v.Append("elements", 62, std::to_string(ReadObjectColor(s)));
+    // Before 2018 the line type is a number (the two highest ones BYLAYER
+    // and BYBLOCK); from 2018 on a reference.
+    if (!s.R2018()) {
+      const auto index = static_cast<int16_t>(d.BS());
+      v.Append("elements", 6, index == 32766 ? "BYBLOCK" : index == 32767 ? "BYLAYER" : "CONTINUOUS");
+    } else {
+      v.Append("elements", 6, "BYLAYER");
+      f.refs.push_back({"elements", s.Ref(), true, 0, 3 * i + 2});
+    }
+  }
+  rec.payload = std::move(f);
   return s.Ok();
 }
 

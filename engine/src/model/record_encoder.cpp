@@ -89,6 +89,12 @@ void FieldValues::Append(std::string_view name, int32_t code, std::string_view v
   Slot(name).groups.emplace_back(code, std::string(value));
 }
 
+void FieldValues::SetGroupText(std::string_view name, size_t index, std::string_view value) {
+  for (Value& v : values_) {
+    if (v.name == name && index < v.groups.size()) v.groups[index].second = std::string(value);
+  }
+}
+
 namespace {
 
 class Builder {

@@ -352,6 +352,29 @@ constexpr Field kXrecord[] = {
 };
 constexpr Part kXrecordParts[] = {{"AcDbXrecord", kXrecord}};
 
+// A named selection of entities.
+constexpr Field kGroup[] = {
+    {"description", 300, K::kString, B::kTV, kR13, kLatest, ""},
+    {"unnamed", 70, K::kInt, B::kBS, kR13, kLatest, "0"},
+    {"selectable", 71, K::kInt, B::kBS, kR13, kLatest, "1"},
+    {"entities", 340, K::kGroups, B::kH, kR13},
+};
+constexpr Part kGroupParts[] = {{"AcDbGroup", kGroup}};
+
+// A multi-line style: its elements are a run of (offset 49, colour 62,
+// line type 6) groups.
+constexpr Field kMlineStyle[] = {
+    {"name", 2, K::kString, B::kTV, kR13, kLatest, "STANDARD"},
+    {"flags", 70, K::kInt, B::kBS, kR13, kLatest, "0"},
+    {"description", 3, K::kString, B::kTV, kR13, kLatest, ""},
+    {"fill_color", 62, K::kInt, B::kCMC, kR13, kLatest, "256"},
+    {"start_angle", 51, K::kAngle, B::kBD, kR13, kLatest, "90"},
+    {"end_angle", 52, K::kAngle, B::kBD, kR13, kLatest, "90"},
+    {"count", 71, K::kInt, B::kRC, kR13, kLatest, "0"},
+    {"elements", 49, K::kGroups, B::kSpecial, kR13},
+};
+constexpr Part kMlineStyleParts[] = {{"AcDbMlineStyle", kMlineStyle}};
+
 // ---- proxies --------------------------------------------------------------------------
 
 // A record of a class the reader has no decoder for, carried with the
@@ -408,6 +431,8 @@ constexpr TypeDesc kTypes[] = {
     {"ACDBDICTIONARYWDFLT", 0, false, 5, {}, kDictionaryWithDefaultParts},
     {"XRECORD", 0x4F, false, 5, {}, kXrecordParts},
     {"ACDBPLACEHOLDER", 0x50, false, 5, {}, {}},
+    {"GROUP", 0x48, false, 5, {}, kGroupParts},
+    {"MLINESTYLE", 0x49, false, 5, {}, kMlineStyleParts},
     {"POLYLINE", 0x0F, true, 5, {}, graphics::kPolyline2dParts},
     {"POLYLINE", 0x10, true, 5, {}, graphics::kPolyline3dParts},
     {"POLYLINE", 0x1D, true, 5, {}, graphics::kPolyfaceParts},
