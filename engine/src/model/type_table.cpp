@@ -453,6 +453,9 @@ constexpr TypeDesc kTypes[] = {
     {"DIMENSION", 0x1A, true, 5, {}, graphics::kDimDiameterParts},
     {"DIMENSION", 0x14, true, 5, {}, graphics::kDimOrdinateParts},
     {"VIEWPORT", 0x22, true, 5, {}, graphics::kViewportParts},
+    {"TOLERANCE", 0x2E, true, 5, {}, graphics::kToleranceParts},
+    {"SPLINE", 0x24, true, 5, {}, graphics::kSplineParts},
+    {"MLINE", 0x2F, true, 5, {}, graphics::kMlineParts},
     {"ACAD_PROXY_ENTITY", 0, true, 5, {}, kProxyEntityParts},
     {"ACAD_PROXY_OBJECT", 0, false, 5, {}, kProxyObjectParts},
 };

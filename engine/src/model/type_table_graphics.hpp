@@ -183,4 +183,47 @@ inline constexpr Field kViewport[] = {
 };
 inline constexpr Part kViewportParts[] = {{"AcDbViewport", kViewport}};
 
+// TOLERANCE: a feature control frame, its text in the dimension style.
+inline constexpr Field kTolerance[] = {
+    {"dimstyle", 3, K::kName, B::kH, kR13, kLatest, "Standard"},
+    {"insertion", 10, K::kPoint3, B::kBD3, kR13, kLatest, "0,0,0"},
+    {"text", 1, K::kString, B::kTV, kR13, kLatest, ""},
+    {"extrusion", 210, K::kPoint3, B::kBD3},
+    {"x_axis", 11, K::kPoint3, B::kBD3, kR13, kLatest, "1,0,0"},
+};
+inline constexpr Part kToleranceParts[] = {{"AcDbFcf", kTolerance}};
+
+// SPLINE: by control points (knots 40, weights 41, points 10) or by fit
+// points (11) with their tolerance and end tangents.
+inline constexpr Field kSpline[] = {
+    {"flags", 70, K::kInt, B::kSpecial, kR13, kLatest, "8"},
+    {"degree", 71, K::kInt, B::kBL, kR13, kLatest, "3"},
+    {"knot_count", 72, K::kInt, B::kSpecial, kR13, kLatest, "0"},
+    {"control_count", 73, K::kInt, B::kSpecial, kR13, kLatest, "0"},
+    {"fit_count", 74, K::kInt, B::kSpecial, kR13, kLatest, "0"},
+    {"knot_tolerance", 42, K::kReal, B::kBD},
+    {"control_tolerance", 43, K::kReal, B::kBD},
+    {"fit_tolerance", 44, K::kReal, B::kBD},
+    {"start_tangent", 12, K::kPoint3, B::kBD3},
+    {"end_tangent", 13, K::kPoint3, B::kBD3},
+    {"points", 40, K::kGroups, B::kSpecial},
+};
+inline constexpr Part kSplineParts[] = {{"AcDbSpline", kSpline}};
+
+// MLINE: a multi-line, its vertices each with their direction, miter and
+// per element the segment and fill parameters (a run of groups).
+inline constexpr Field kMline[] = {
+    {"style_name", 2, K::kName, B::kH, kR13, kLatest, "STANDARD"},
+    {"style", 340, K::kHandle, B::kH, kR13},
+    {"scale", 40, K::kReal, B::kBD, kR13, kLatest, "1"},
+    {"justification", 70, K::kInt, B::kRC, kR13, kLatest, "0"},
+    {"flags", 71, K::kInt, B::kBS, kR13, kLatest, "1"},
+    {"vertex_count", 72, K::kInt, B::kBS, kR13, kLatest, "0"},
+    {"element_count", 73, K::kInt, B::kRC, kR13, kLatest, "0"},
+    {"start", 10, K::kPoint3, B::kBD3, kR13, kLatest, "0,0,0"},
+    {"extrusion", 210, K::kPoint3, B::kBD3, kR13, kLatest, "0,0,1"},
+    {"vertices", 11, K::kGroups, B::kSpecial},
+};
+inline constexpr Part kMlineParts[] = {{"AcDbMline", kMline}};
+
 }  // namespace vantrove::engine::types::graphics

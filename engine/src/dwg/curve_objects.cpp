@@ -1,0 +1,141 @@
+// The typed part of SPLINE, MLINE and TOLERANCE: entities whose DXF form
+// holds runs of points and parameters read one by one from DWG.
+
+#include "dwg/object_streams.hpp"
+
+namespace vantrove::engine::dwg {
+
+namespace {
+
+using types::FieldValues;
+using types::RealText;
+
+void PutPoint(FieldValues& v, std::string_view name, const Point3& p) { v.Point(name, p.x, p.y, p.z); }
+
+void AppendPoint(FieldValues& v, std::string_view field, int32_t code, const Point3& p) {
+  v.Append(field, code, RealText(p.x));
+  v.Append(field, code + 10, RealText(p.y));
+  v.Append(field, code + 20, RealText(p.z));
+}
+
+// True when `count` items of at least `bits` bits each can still be read.
+bool Fits(BitReader& d, uint64_t count, size_t bits) {
+  if (d.CanRead(count, bits)) return true;
+  d.Fail();
+  return false;
+}
+
+void ReadTolerance(Streams& s, FieldData& f) {
+  BitReader& d = s.dat;
+  if (s.R13_14()) {
+    d.BS();
+    d.BD();  // text height
+    d.BD();  // gap
+  }
+  PutPoint(f.values, "insertion", d.BD3());
+  PutPoint(f.values, "x_axis", d.BD3());
+  const Point3 extrusion = d.BD3();
+  if (extrusion.x != 0.0 || extrusion.y != 0.0 || extrusion.z != 1.0) PutPoint(f.values, "extrusion", extrusion);
+  f.values.Text("text", s.T());
+  f.refs.push_back({"dimstyle", s.Ref(), true});
+}
+
+// SPLINE: from 2013 on the kind is in its own flags; before, 1 means
+// defined by control points, 2 by fit points.
+void ReadSpline(Streams& s, FieldValues& v) {
+  BitReader& d = s.dat;
+  uint32_t scenario = d.BL();
+  // From 2013 on: the method (fit points 1), closed (4, DXF has it in bit
+  // 0) and more bits, which DXF keeps from bit 7 on.
+  int64_t extraFlags = 0;
+  if (s.R2013()) {
+    const uint32_t flags = d.BL();
+    const uint32_t knotParameter = d.BL();
+    scenario = (knotParameter == 15 || !(flags & 1)) ? 1 : 2;
+    extraFlags = static_cast<int64_t>(flags & ~4u) << 7;
+  }
+  v.Int("degree", d.BL());
+  if (scenario & 1) {
+    const bool rational = d.B();
+    const bool closed = d.B();
+    const bool periodic = d.B();
+    v.Real("knot_tolerance", d.BD());
+    v.Real("control_tolerance", d.BD());
+    const uint32_t knots = d.BL();
+    const uint32_t points = d.BL();
+    const bool weighted = d.B();
+    if (!Fits(d, knots, 2) || !Fits(d, points, 6)) return;
+    v.Int("flags", extraFlags | 8 | (closed ? 1 : 0) | (periodic ? 2 : 0) | (rational || weighted ? 4 : 0));
+    v.Int("knot_count", knots);
+    v.Int("control_count", points);
+    v.Int("fit_count", 0);
+    for (uint32_t i = 0; i < knots; ++i) v.Append("points", 40, RealText(d.BD()));
+    std::vector<double> weights;
+    for (uint32_t i = 0; i < points && !d.failed(); ++i) {
+      AppendPoint(v, "points", 10, d.BD3());
+      if (weighted) weights.push_back(d.BD());
+    }
+    for (double w : weights) v.Append("points", 41, RealText(w));
+    return;
+  }
+  v.Int("flags", extraFlags | 8);
+  v.Int("knot_count", 0);
+  v.Int("control_count", 0);
+  v.Real("fit_tolerance", d.BD());
+  PutPoint(v, "start_tangent", d.BD3());
+  PutPoint(v, "end_tangent", d.BD3());
+  const uint32_t fits = d.BL();
+  if (!Fits(d, fits, 6)) return;
+  v.Int("fit_count", fits);
+  for (uint32_t i = 0; i < fits && !d.failed(); ++i) AppendPoint(v, "points", 11, d.BD3());
+}
+
+// MLINE: per vertex its place, direction and miter, then per element of
+// the style its segment parameters (74, 41...) and fill parameters (75,
+// 42...).
+void ReadMline(Streams& s, FieldData& f) {
+  BitReader& d = s.dat;
+  FieldValues& v = f.values;
+  v.Real("scale", d.BD());
+  v.Int("justification", d.RC());
+  PutPoint(v, "start", d.BD3());
+  PutPoint(v, "extrusion", d.BD3());
+  v.Int("flags", d.BS());
+  const uint8_t elements = d.RC();
+  const uint16_t vertices = d.BS();
+  if (!Fits(d, vertices, 18)) return;
+  v.Int("element_count", elements);
+  v.Int("vertex_count", vertices);
+  for (uint16_t i = 0; i < vertices && !d.failed(); ++i) {
+    AppendPoint(v, "vertices", 11, d.BD3());
+    AppendPoint(v, "vertices", 12, d.BD3());
+    AppendPoint(v, "vertices", 13, d.BD3());
+    for (uint8_t e = 0; e < elements && !d.failed(); ++e) {
+      for (int32_t code : {41, 42}) {
+        const uint16_t count = d.BS();
+        if (!Fits(d, count, 2)) return;
+        v.Append("vertices", code + 33, std::to_string(count));
+        for (uint16_t k = 0; k < count; ++k) v.Append("vertices", code, RealText(d.BD()));
+      }
+    }
+  }
+  const uint64_t style = s.Ref();
+  f.refs.push_back({"style_name", style, true});
+  f.refs.push_back({"style", style, false});
+}
+
+}  // namespace
+
+bool DecodeCurve(Streams& s, ObjectRecord& rec) {
+  FieldData f;
+  switch (rec.type) {
+    case 0x24: ReadSpline(s, f.values); break;
+    case 0x2E: ReadTolerance(s, f); break;
+    case 0x2F: ReadMline(s, f); break;
+    default: return true;
+  }
+  rec.payload = std::move(f);
+  return s.Ok();
+}
+
+}  // namespace vantrove::engine::dwg
