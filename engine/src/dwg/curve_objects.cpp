@@ -78,7 +78,8 @@ void ReadSpline(Streams& s, FieldValues& v) {
     for (double w : weights) v.Append("points", 41, RealText(w));
     return;
   }
-  v.Int("flags", extraFlags | 8);
+  // Defined by fit points (1024) when the file does not say more.
+  v.Int("flags", s.R2013() ? extraFlags | 8 : 1024 | 8);
   v.Int("knot_count", 0);
   v.Int("control_count", 0);
   v.Real("fit_tolerance", d.BD());
