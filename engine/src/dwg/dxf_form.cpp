@@ -232,7 +232,9 @@ void FormBuilder::TypeValues(const ObjectRecord& rec, const Object& object, Fiel
       v.Int("status", number);
     }
     for (const FieldData::Ref& ref : f->refs) {
-      if (ref.slot >= 0) {
+      if (ref.slot >= 0 && !ref.byName) {
+        if (Known(ref.handle)) v.SetGroupText(ref.field, static_cast<size_t>(ref.slot), FormatHandle(ref.handle));
+      } else if (ref.slot >= 0) {
         if (std::string_view name = Name(ref.handle); !name.empty()) {
           v.SetGroupText(ref.field, static_cast<size_t>(ref.slot), name);
         }

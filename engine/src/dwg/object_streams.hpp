@@ -88,5 +88,7 @@ bool DecodeLwPolyline(Streams& s, ObjectRecord& rec);
 bool DecodeGraphic(Streams& s, ObjectRecord& rec);
 // SPLINE, MLINE, TOLERANCE (curve_objects.cpp).
 bool DecodeCurve(Streams& s, ObjectRecord& rec);
+// HATCH (hatch.cpp).
+bool DecodeHatch(Streams& s, ObjectRecord& rec);
 
 }  // namespace vantrove::engine::dwg

@@ -245,6 +245,7 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
   if (name == "IMAGEDEF") return DecodeImageDef(s, rec);
   if (name == "IMAGE") return DecodeImage(s, rec);
   if (rec.isEntity && (rec.type == kTypeLwPolyline || name == "LWPOLYLINE")) return DecodeLwPolyline(s, rec);
+  if (rec.isEntity && (rec.type == kTypeHatch || name == "HATCH")) return DecodeHatch(s, rec);
   if (rec.type == kTypeXrecord || name == "XRECORD") return DecodeXrecord(s, rec);
   if (name == "ACDBDICTIONARYWDFLT") return DecodeDictionary(s, rec, true);
   switch (rec.type) {

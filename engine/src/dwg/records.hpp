@@ -36,6 +36,7 @@ enum ObjectType : uint16_t {
   kTypeGroup = 0x48,
   kTypeMlineStyle = 0x49,
   kTypeLwPolyline = 0x4D,
+  kTypeHatch = 0x4E,
   kTypeXrecord = 0x4F,
   kTypeLayout = 0x52,
 };

@@ -456,6 +456,7 @@ constexpr TypeDesc kTypes[] = {
     {"TOLERANCE", 0x2E, true, 5, {}, graphics::kToleranceParts},
     {"SPLINE", 0x24, true, 5, {}, graphics::kSplineParts},
     {"MLINE", 0x2F, true, 5, {}, graphics::kMlineParts},
+    {"HATCH", 0x4E, true, 5, {}, graphics::kHatchParts},
     {"ACAD_PROXY_ENTITY", 0, true, 5, {}, kProxyEntityParts},
     {"ACAD_PROXY_OBJECT", 0, false, 5, {}, kProxyObjectParts},
 };

@@ -226,4 +226,26 @@ inline constexpr Field kMline[] = {
 };
 inline constexpr Part kMlineParts[] = {{"AcDbMline", kMline}};
 
+// HATCH: its boundary paths (91 and what follows), pattern lines (78 and
+// what follows), seed points (98) and gradient (450 on) are runs of
+// groups.
+inline constexpr Field kHatch[] = {
+    {"elevation", 10, K::kPoint3, B::kSpecial, kR13, kLatest, "0,0,0"},
+    {"extrusion", 210, K::kPoint3, B::kBD3, kR13, kLatest, "0,0,1"},
+    {"pattern_name", 2, K::kString, B::kTV, kR13, kLatest, "SOLID"},
+    {"solid", 70, K::kInt, B::kB, kR13, kLatest, "1"},
+    {"associative", 71, K::kInt, B::kB, kR13, kLatest, "0"},
+    {"paths", 91, K::kGroups, B::kSpecial, kR13},
+    {"style", 75, K::kInt, B::kBS, kR13, kLatest, "0"},
+    {"pattern_type", 76, K::kInt, B::kBS, kR13, kLatest, "1"},
+    {"pattern_angle", 52, K::kAngle, B::kBD},
+    {"pattern_scale", 41, K::kReal, B::kBD},
+    {"pattern_double", 77, K::kInt, B::kB},
+    {"pattern_lines", 78, K::kGroups, B::kSpecial},
+    {"pixel_size", 47, K::kReal, B::kBD},
+    {"seeds", 98, K::kGroups, B::kSpecial, kR13},
+    {"gradient", 450, K::kGroups, B::kSpecial, k2004},
+};
+inline constexpr Part kHatchParts[] = {{"AcDbHatch", kHatch}};
+
 }  // namespace vantrove::engine::types::graphics
