@@ -1,5 +1,8 @@
-// The typed part of SPLINE, MLINE and TOLERANCE: entities whose DXF form
-// holds runs of points and parameters read one by one from DWG.
+// The typed part of SPLINE, MLINE, TOLERANCE and the solid modeler's
+// entities (REGION, 3DSOLID, BODY): entities whose DXF form holds runs of
+// points, parameters or text read one by one from DWG.
+
+#include <algorithm>
 
 #include "dwg/object_streams.hpp"
 
@@ -125,6 +128,44 @@ void ReadMline(Streams& s, FieldData& f) {
   f.refs.push_back({"style", style, false});
 }
 
+// REGION, 3DSOLID, BODY: the modeler's data in text form (version 1) is
+// a run of blocks of obscured text, ended by an empty one; it becomes
+// DXF's lines as it is. The binary form (version 2) has no DXF text form
+// here: false.
+bool ReadModelerGeometry(Streams& s, FieldValues& v) {
+  BitReader& d = s.dat;
+  if (d.B()) return true;  // no data
+  d.B();
+  const uint16_t version = d.BS();
+  if (version != 1) return false;
+  v.Int("version", version);
+  std::string line;
+  auto flush = [&]() {
+    while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) line.pop_back();
+    std::string_view rest = line;
+    v.Append("data", 1, rest.substr(0, 255));
+    for (rest.remove_prefix(std::min<size_t>(255, rest.size())); !rest.empty();
+         rest.remove_prefix(std::min<size_t>(255, rest.size()))) {
+      v.Append("data", 3, rest.substr(0, 255));
+    }
+    line.clear();
+  };
+  for (;;) {
+    const uint32_t size = d.BL();
+    if (size == 0 || d.failed()) break;
+    if (!Fits(d, size, 8)) return false;
+    for (char c : d.Bytes(size)) {
+      if (c == '\n') {
+        flush();
+      } else {
+        line.push_back(c);
+      }
+    }
+  }
+  if (!line.empty()) flush();
+  return !d.failed();
+}
+
 }  // namespace
 
 bool DecodeCurve(Streams& s, ObjectRecord& rec) {
@@ -133,6 +174,11 @@ bool DecodeCurve(Streams& s, ObjectRecord& rec) {
     case 0x24: ReadSpline(s, f.values); break;
     case 0x2E: ReadTolerance(s, f); break;
     case 0x2F: ReadMline(s, f); break;
+    case 0x25:
+    case 0x26:
+    case 0x27:
+      if (!ReadModelerGeometry(s, f.values)) return false;
+      break;
     default: return true;
   }
   rec.payload = std::move(f);

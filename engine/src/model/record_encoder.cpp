@@ -188,6 +188,7 @@ std::vector<Group> EncodeRecord(const TypeDesc& desc, const RecordHead& head, co
     out.Handle(330, head.owner);
   }
   auto part = [&](const Part& p) {
+    if (p.from > kR13 && rank < p.from) return;  // a part later versions added
     if (modern && !p.marker.empty()) out.Put(100, p.marker);
     for (const types::Field& f : p.fields) {
       if (f.In(rank)) out.Field(f, values);

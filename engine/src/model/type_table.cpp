@@ -457,6 +457,9 @@ constexpr TypeDesc kTypes[] = {
     {"SPLINE", 0x24, true, 5, {}, graphics::kSplineParts},
     {"MLINE", 0x2F, true, 5, {}, graphics::kMlineParts},
     {"HATCH", 0x4E, true, 5, {}, graphics::kHatchParts},
+    {"REGION", 0x25, true, 5, {}, graphics::kBodyParts},
+    {"3DSOLID", 0x26, true, 5, {}, graphics::kSolidParts},
+    {"BODY", 0x27, true, 5, {}, graphics::kBodyParts},
     {"ACAD_PROXY_ENTITY", 0, true, 5, {}, kProxyEntityParts},
     {"ACAD_PROXY_OBJECT", 0, false, 5, {}, kProxyObjectParts},
 };

@@ -248,4 +248,16 @@ inline constexpr Field kHatch[] = {
 };
 inline constexpr Part kHatchParts[] = {{"AcDbHatch", kHatch}};
 
+// 3DSOLID, REGION, BODY: the solid modeler's data as text lines (obscured
+// as the modeler writes them) of at most 255 bytes, longer ones carried on
+// in group 3. 3DSOLID links its history from 2007 on.
+inline constexpr Field kModelerGeometry[] = {
+    {"version", 70, K::kInt, B::kBS, kR13, kLatest, "1"},
+    {"data", 1, K::kGroups, B::kSpecial, kR13},
+};
+inline constexpr Field kSolidHistory[] = {{"history", 350, K::kHandle, B::kH, k2007}};
+inline constexpr Part kBodyParts[] = {{"AcDbModelerGeometry", kModelerGeometry}};
+inline constexpr Part kSolidParts[] = {{"AcDbModelerGeometry", kModelerGeometry},
+                                       {"AcDb3dSolid", kSolidHistory, k2007}};
+
 }  // namespace vantrove::engine::types::graphics
