@@ -4,7 +4,6 @@
 // the type's DXF form holds; counts and references DXF derives from the
 // record order (owned vertices, SEQEND) are not read.
 
-#include "dwg/color.hpp"
 #include "dwg/object_streams.hpp"
 
 namespace vantrove::engine::dwg {
@@ -285,17 +284,9 @@ void ReadViewport(Streams& s, FieldData& f) {
     v.Int("lighting_type", d.RC());
     v.Real("brightness", d.BD());
     v.Real("contrast", d.BD());
-    // The ambient colour: index, RGB (0xC2 in the top byte when it has
-    // one), then which names follow.
-    uint16_t index = d.BS();
-    if (const uint32_t rgb = d.BL(); (rgb >> 24) == 0xC2) {
-      v.Int("ambient_rgb", rgb & 0xFFFFFF);
-      if (index == 0) index = static_cast<uint16_t>(NearestColorIndex(rgb & 0xFFFFFF));
-    }
-    v.Int("ambient_color", index);
-    const uint8_t names = d.RC();
-    if (names & 1) s.T();
-    if (names & 2) s.T();
+    const ObjectColor ambient = ReadObjectColor(s);
+    v.Int("ambient_color", ambient.index);
+    if (ambient.rgb >= 0) v.Int("ambient_rgb", ambient.rgb);
   }
   // References: the frozen layers, the clip boundary, the UCS and (2007+)
   // the background, visual style and shade plot.

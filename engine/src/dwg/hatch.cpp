@@ -5,7 +5,6 @@
 #include <cmath>
 #include <numbers>
 
-#include "dwg/color.hpp"
 #include "dwg/object_streams.hpp"
 
 namespace vantrove::engine::dwg {
@@ -157,14 +156,9 @@ void HatchReader::Gradient() {
   g.Append("gradient", 453, std::to_string(colors));
   for (uint32_t i = 0; i < colors && !d_.failed(); ++i) {
     g.Append("gradient", 463, RealText(d_.BD()));
-    int index = d_.BS();
-    const uint32_t rgb = d_.BL();
-    const uint8_t names = d_.RC();
-    if (names & 1) s_.T();
-    if (names & 2) s_.T();
-    if ((rgb >> 24) == 0xC2 && index == 0) index = NearestColorIndex(rgb & 0xFFFFFF);
-    g.Append("gradient", 63, std::to_string(index));
-    if ((rgb >> 24) == 0xC2) g.Append("gradient", 421, std::to_string(rgb & 0xFFFFFF));
+    const ObjectColor color = ReadObjectColor(s_);
+    g.Append("gradient", 63, std::to_string(color.index));
+    if (color.rgb >= 0) g.Append("gradient", 421, std::to_string(color.rgb));
   }
   g.Append("gradient", 460, RealText(angle));
   g.Append("gradient", 461, RealText(shift));

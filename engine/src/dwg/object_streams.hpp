@@ -56,6 +56,16 @@ struct ObjectDecoder::Streams {
 
 using Streams = ObjectDecoder::Streams;
 
+// A colour as an object's own data stores it (before 2004 an index; from
+// 2004 on also an RGB value and the names that follow it), as DXF gives
+// it: the index (the nearest one for an RGB colour) and the RGB value, -1
+// when there is none.
+struct ObjectColor {
+  int index = 256;
+  int32_t rgb = -1;
+};
+ObjectColor ReadObjectColor(Streams& s);
+
 // Text entities (text_objects.cpp): TEXT, ATTRIB, ATTDEF, MTEXT, and
 // INSERT / MINSERT.
 bool DecodeText(Streams& s, ObjectRecord& rec);

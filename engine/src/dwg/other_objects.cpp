@@ -123,28 +123,27 @@ bool DecodeGroup(Streams& s, ObjectRecord& rec) {
   return s.Ok();
 }
 
-namespace {
-
-// A colour as a DWG object stores it: index, and from 2004 on an RGB value
-// and the names that follow it. The index DXF writes (the nearest one to
-// an RGB colour).
-int ReadObjectColor(Streams& s) {
+ObjectColor ReadObjectColor(Streams& s) {
   BitReader& d = s.dat;
-  int index = d.BS();
-  if (!s.R2004()) return index;
+  ObjectColor color;
+  color.index = d.BS();
+  if (!s.R2004()) return color;
   const uint32_t rgb = d.BL();
   const uint8_t names = d.RC();
   if (names & 1) s.T();
   if (names & 2) s.T();
-  const uint8_t method = static_cast<uint8_t>(rgb >> 24);
-  if (method == 0xC3) return static_cast<int>(rgb & 0xFF);
-  if (method == 0xC2) return NearestColorIndex(rgb & 0xFFFFFF);
-  if (method == 0xC0) return 256;
-  if (method == 0xC1) return 0;
-  return index;
+  switch (rgb >> 24) {
+    case 0xC0: color.index = 256; break;
+    case 0xC1: color.index = 0; break;
+    case 0xC2:
+      color.rgb = static_cast<int32_t>(rgb & 0xFFFFFF);
+      color.index = NearestColorIndex(rgb & 0xFFFFFF);
+      break;
+    case 0xC3: color.index = static_cast<int>(rgb & 0xFF); break;
+    default: break;
+  }
+  return color;
 }
-
-}  // namespace
 
 bool DecodeMlineStyle(Streams& s, ObjectRecord& rec) {
   BitReader& d = s.dat;
@@ -153,14 +152,14 @@ bool DecodeMlineStyle(Streams& s, ObjectRecord& rec) {
   v.Text("name", s.T());
   v.Text("description", s.T());
   v.Int("flags", d.BS());
-  v.Int("fill_color", ReadObjectColor(s));
+  v.Int("fill_color", ReadObjectColor(s).index);
   v.Angle("start_angle", d.BD());
   v.Angle("end_angle", d.BD());
   const uint8_t count = d.RC();
   v.Int("count", count);
   for (uint8_t i = 0; i < count && s.Ok(); ++i) {
     v.Append("elements", 49, types::RealText(d.BD()));
-    v.Append("elements", 62, std::to_string(ReadObjectColor(s)));
+    v.Append("elements", 62, std::to_string(ReadObjectColor(s).index));
     // Before 2018 the line type is a number (the two highest ones BYLAYER
     // and BYBLOCK); from 2018 on a reference.
     if (!s.R2018()) {
