@@ -1,4 +1,4 @@
-// The typed part of SPLINE, MLINE, TOLERANCE and the solid modeler's
+// The typed part of SPLINE, MLINE, TOLERANCE, LEADER and the solid modeler's
 // entities (REGION, 3DSOLID, BODY): entities whose DXF form holds runs of
 // points, parameters or text read one by one from DWG.
 
@@ -128,6 +128,48 @@ void ReadMline(Streams& s, FieldData& f) {
   f.refs.push_back({"style", style, false});
 }
 
+// LEADER: its vertices, the directions and offsets of what it points at,
+// the annotation's box, arrowhead and hook line.
+// From 2010 on its layout is not known well enough: false (no DXF form).
+bool ReadLeader(Streams& s, FieldData& f) {
+  BitReader& d = s.dat;
+  if (s.R2010()) return false;
+  FieldValues& v = f.values;
+  d.B();
+  v.Int("annotation_type", d.BS());
+  v.Int("path_type", d.BS());
+  const uint32_t count = d.BL();
+  if (!Fits(d, count, 6)) return false;
+  v.Int("vertex_count", count);
+  for (uint32_t i = 0; i < count && !d.failed(); ++i) AppendPoint(v, "vertices", 10, d.BD3());
+  d.BD3();  // origin
+  PutPoint(v, "normal", d.BD3());
+  PutPoint(v, "x_axis", d.BD3());
+  PutPoint(v, "block_offset", d.BD3());
+  PutPoint(v, "annotation_offset", d.BD3());
+  if (s.R13_14()) d.BD();  // gap
+  v.Real("text_height", d.BD());
+  v.Real("text_width", d.BD());
+  v.Int("hookline_direction", d.B());
+  v.Int("arrowhead", d.B());
+  d.BS();  // arrowhead type
+  if (s.R13_14()) {
+    d.BD();  // arrowhead size
+    d.B();
+    d.B();
+    d.BS();
+    v.Int("block_color", d.BS());
+    d.B();
+    d.B();
+  } else {
+    d.B();
+    d.B();
+  }
+  f.refs.push_back({"annotation", s.Ref(), false});
+  f.refs.push_back({"dimstyle", s.Ref(), true});
+  return true;
+}
+
 // REGION, 3DSOLID, BODY: the modeler's data in text form (version 1) is
 // a run of blocks of obscured text, ended by an empty one; it becomes
 // DXF's lines as it is. The binary form (version 2) has no DXF text form
@@ -174,6 +216,9 @@ bool DecodeCurve(Streams& s, ObjectRecord& rec) {
     case 0x24: ReadSpline(s, f.values); break;
     case 0x2E: ReadTolerance(s, f); break;
     case 0x2F: ReadMline(s, f); break;
+    case 0x2D:
+      if (!ReadLeader(s, f)) return false;
+      break;
     case 0x25:
     case 0x26:
     case 0x27:

@@ -96,7 +96,8 @@ bool DecodeLwPolyline(Streams& s, ObjectRecord& rec);
 // Polylines and vertices, SOLID, TRACE, 3DFACE, dimensions
 // (graphic_objects.cpp).
 bool DecodeGraphic(Streams& s, ObjectRecord& rec);
-// SPLINE, MLINE, TOLERANCE, REGION, 3DSOLID, BODY (curve_objects.cpp).
+// SPLINE, MLINE, TOLERANCE, LEADER, REGION, 3DSOLID, BODY
+// (curve_objects.cpp).
 bool DecodeCurve(Streams& s, ObjectRecord& rec);
 // HATCH (hatch.cpp).
 bool DecodeHatch(Streams& s, ObjectRecord& rec);

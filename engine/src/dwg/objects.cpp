@@ -218,7 +218,7 @@ bool ObjectDecoder::DecodeTyped(Streams& s, ObjectRecord& rec) {
   if (const types::TypeDesc* desc = types::FindDwgType(rec.type); desc != nullptr && rec.isEntity) {
     if (desc->generic_dwg || rec.type == kTypeLine) return DecodeFields(s, rec, *desc);
     if (rec.type >= 0x0A && rec.type <= 0x22) return DecodeGraphic(s, rec);
-    if ((rec.type >= 0x24 && rec.type <= 0x27) || rec.type == 0x2E || rec.type == 0x2F) return DecodeCurve(s, rec);
+    if ((rec.type >= 0x24 && rec.type <= 0x27) || (rec.type >= 0x2D && rec.type <= 0x2F)) return DecodeCurve(s, rec);
   }
   switch (rec.type) {
     case kTypeText: return DecodeText(s, rec);

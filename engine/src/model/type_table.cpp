@@ -460,6 +460,7 @@ constexpr TypeDesc kTypes[] = {
     {"REGION", 0x25, true, 5, {}, graphics::kBodyParts},
     {"3DSOLID", 0x26, true, 5, {}, graphics::kSolidParts},
     {"BODY", 0x27, true, 5, {}, graphics::kBodyParts},
+    {"LEADER", 0x2D, true, 5, {}, graphics::kLeaderParts},
     {"ACAD_PROXY_ENTITY", 0, true, 5, {}, kProxyEntityParts},
     {"ACAD_PROXY_OBJECT", 0, false, 5, {}, kProxyObjectParts},
 };

@@ -260,4 +260,24 @@ inline constexpr Part kBodyParts[] = {{"AcDbModelerGeometry", kModelerGeometry}}
 inline constexpr Part kSolidParts[] = {{"AcDbModelerGeometry", kModelerGeometry},
                                        {"AcDb3dSolid", kSolidHistory, k2007}};
 
+// LEADER: its vertices are a run of groups (10, 20, 30 each).
+inline constexpr Field kLeader[] = {
+    {"dimstyle", 3, K::kName, B::kH, kR13, kLatest, "Standard"},
+    {"arrowhead", 71, K::kInt, B::kB, kR13, kLatest, "1"},
+    {"path_type", 72, K::kInt, B::kBS, kR13, kLatest, "0"},
+    {"annotation_type", 73, K::kInt, B::kBS, kR13, kLatest, "3"},
+    {"hookline_direction", 74, K::kInt, B::kB},
+    {"text_height", 40, K::kReal, B::kBD},
+    {"text_width", 41, K::kReal, B::kBD},
+    {"vertex_count", 76, K::kInt, B::kBL, kR13, kLatest, "0"},
+    {"vertices", 10, K::kGroups, B::kSpecial},
+    {"block_color", 77, K::kInt, B::kBS},
+    {"annotation", 340, K::kHandle, B::kH},
+    {"normal", 210, K::kPoint3, B::kBD3, kR13, kLatest, "0,0,1"},
+    {"x_axis", 211, K::kPoint3, B::kBD3, kR13, kLatest, "1,0,0"},
+    {"block_offset", 212, K::kPoint3, B::kBD3, kR13, kLatest, "0,0,0"},
+    {"annotation_offset", 213, K::kPoint3, B::kBD3, kR13, kLatest, "0,0,0"},
+};
+inline constexpr Part kLeaderParts[] = {{"AcDbLeader", kLeader}};
+
 }  // namespace vantrove::engine::types::graphics
