@@ -47,6 +47,16 @@ TEST(TypeTable, EncodesPartsInOrderWithFallbacksAndVersions) {
   EXPECT_EQ(Lines(types::EncodeRecord(*text, head, v, types::kR12, arena)),
             (std::vector<std::string>{"5=2A", "8=Walls", "10=1.0", "20=2.5", "30=0.0", "40=3.0", "1=Hello", "50=90.0",
                                       "7=Standard"}));
+  // A part a later version added (a solid's history, 2007) is left out before.
+  const types::TypeDesc* solid = types::FindDwgType(0x26);
+  ASSERT_NE(solid, nullptr);
+  types::FieldValues data;
+  data.Append("data", 1, "line");
+  EXPECT_EQ(Lines(types::EncodeRecord(*solid, head, data, types::k2000, arena)),
+            (std::vector<std::string>{"5=2A", "330=1F", "100=AcDbEntity", "8=0", "100=AcDbModelerGeometry", "70=1",
+                                      "1=line"}));
+  const auto modern = Lines(types::EncodeRecord(*solid, head, data, types::k2007, arena));
+  EXPECT_EQ(modern.back(), "100=AcDb3dSolid");
 }
 
 TEST(TypeTable, LongTextSplitsIntoChunksOnCharacterBoundaries) {
