@@ -75,6 +75,7 @@ class FormBuilder {
   TextDecoder text_{d_.container.codePage};  // text in XRECORD items
   std::unordered_map<uint64_t, const types::TypeDesc*> descs_;
   std::unordered_set<uint64_t> known_;
+  mutable std::unordered_map<Handle, int> viewports_;  // viewports numbered so far, by layout block
 };
 
 const types::TypeDesc* FormBuilder::DescOf(const ObjectRecord& rec, const Object& object) const {
@@ -223,6 +224,28 @@ void FormBuilder::TypeValues(const ObjectRecord& rec, const Object& object, Fiel
     if (x->hasCloning) v.Int("cloning", x->cloning);  // the items follow (Run)
   } else if (const auto* f = std::get_if<FieldData>(&rec.payload)) {
     v = f->values;
+    if (object.type_name == "VIEWPORT") {
+      // Numbered in each layout from 1 (the layout's own view), in handle
+      // order; DWG stores no number.
+      const int number = ++viewports_[object.owner];
+      v.Int("id", number);
+      v.Int("status", number);
+    }
+    for (const FieldData::Ref& ref : f->refs) {
+      if (ref.slot >= 0 && !ref.byName) {
+        if (Known(ref.handle)) v.SetGroupText(ref.field, static_cast<size_t>(ref.slot), FormatHandle(ref.handle));
+      } else if (ref.slot >= 0) {
+        if (std::string_view name = Name(ref.handle); !name.empty()) {
+          v.SetGroupText(ref.field, static_cast<size_t>(ref.slot), name);
+        }
+      } else if (ref.code != 0) {
+        if (Known(ref.handle)) v.Append(ref.field, ref.code, FormatHandle(ref.handle));
+      } else if (!ref.byName) {
+        if (Known(ref.handle)) v.Ref(ref.field, ref.handle);
+      } else if (std::string_view name = Name(ref.handle); !name.empty()) {
+        v.Text(ref.field, name);
+      }
+    }
   } else if (const auto* t = std::get_if<TextData>(&rec.payload)) {
     TextValues(*t, object, v);
   } else if (const auto* m = std::get_if<MTextData>(&rec.payload)) {

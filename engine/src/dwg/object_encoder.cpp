@@ -514,7 +514,10 @@ bool Encoder::EncodeEdit(const Item& item, ObjectPatch& patch) {
       return reactorsCleaned || (ends != ends_.end() && ends->second.changed);
     }
     default:
-      // Only the reactors are known to change for other types.
+      // A group or draw-order table changes only when entities it lists are
+      // deleted, which CleanGroupsAndSortTables has carried; only the
+      // reactors are known to change for other types.
+      if (o.type_name == "GROUP" || o.type_name == "SORTENTSTABLE") return true;
       return reactorsCleaned;
   }
 }

@@ -33,7 +33,10 @@ enum ObjectType : uint16_t {
   kTypeBlockHeader = 0x31,
   kTypeLayerControl = 0x32,
   kTypeLayer = 0x33,
+  kTypeGroup = 0x48,
+  kTypeMlineStyle = 0x49,
   kTypeLwPolyline = 0x4D,
+  kTypeHatch = 0x4E,
   kTypeXrecord = 0x4F,
   kTypeLayout = 0x52,
 };
@@ -158,6 +161,18 @@ struct TableEntryData {   // other table entries: only the name is decoded
 // the values by field name, as the DXF form writes them.
 struct FieldData {
   types::FieldValues values;
+  // Fields that name another record (a layer, style or block by name in
+  // DXF) or point at one (a handle), resolved when the DXF form is built.
+  // A group `code` other than 0 adds the handle to a run of groups; a
+  // `slot` of 0 or more puts the name in that group of the run instead.
+  struct Ref {
+    std::string_view field;
+    uint64_t handle = 0;
+    bool byName = true;
+    int32_t code = 0;
+    int32_t slot = -1;
+  };
+  std::vector<Ref> refs;
 };
 
 struct ControlData {      // table control objects

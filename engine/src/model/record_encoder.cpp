@@ -89,6 +89,12 @@ void FieldValues::Append(std::string_view name, int32_t code, std::string_view v
   Slot(name).groups.emplace_back(code, std::string(value));
 }
 
+void FieldValues::SetGroupText(std::string_view name, size_t index, std::string_view value) {
+  for (Value& v : values_) {
+    if (v.name == name && index < v.groups.size()) v.groups[index].second = std::string(value);
+  }
+}
+
 namespace {
 
 class Builder {
@@ -182,6 +188,7 @@ std::vector<Group> EncodeRecord(const TypeDesc& desc, const RecordHead& head, co
     out.Handle(330, head.owner);
   }
   auto part = [&](const Part& p) {
+    if (p.from > kR13 && rank < p.from) return;  // a part later versions added
     if (modern && !p.marker.empty()) out.Put(100, p.marker);
     for (const types::Field& f : p.fields) {
       if (f.In(rank)) out.Field(f, values);

@@ -28,6 +28,9 @@ class FieldValues {
   // A run of groups written in place of a kGroups field; `code` must be
   // a group code, the value text is copied.
   void Append(std::string_view name, int32_t code, std::string_view value);
+  // Replaces the text of group `index` of the run `name` (one known only
+  // later, e.g. the name of a record it refers to); nothing if none.
+  void SetGroupText(std::string_view name, size_t index, std::string_view value);
 
   struct Value {
     std::string_view name;

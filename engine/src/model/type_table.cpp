@@ -6,12 +6,15 @@
 
 #include <array>
 
+#include "model/type_table_graphics.hpp"
+
 namespace vantrove::engine::types {
 
 namespace {
 
 using K = Kind;
 using B = Bits;
+namespace graphics = types::graphics;
 
 // ---- entities ----------------------------------------------------------------------
 
@@ -349,6 +352,29 @@ constexpr Field kXrecord[] = {
 };
 constexpr Part kXrecordParts[] = {{"AcDbXrecord", kXrecord}};
 
+// A named selection of entities.
+constexpr Field kGroup[] = {
+    {"description", 300, K::kString, B::kTV, kR13, kLatest, ""},
+    {"unnamed", 70, K::kInt, B::kBS, kR13, kLatest, "0"},
+    {"selectable", 71, K::kInt, B::kBS, kR13, kLatest, "1"},
+    {"entities", 340, K::kGroups, B::kH, kR13},
+};
+constexpr Part kGroupParts[] = {{"AcDbGroup", kGroup}};
+
+// A multi-line style: its elements are a run of (offset 49, colour 62,
+// line type 6) groups.
+constexpr Field kMlineStyle[] = {
+    {"name", 2, K::kString, B::kTV, kR13, kLatest, "STANDARD"},
+    {"flags", 70, K::kInt, B::kBS, kR13, kLatest, "0"},
+    {"description", 3, K::kString, B::kTV, kR13, kLatest, ""},
+    {"fill_color", 62, K::kInt, B::kCMC, kR13, kLatest, "256"},
+    {"start_angle", 51, K::kAngle, B::kBD, kR13, kLatest, "90"},
+    {"end_angle", 52, K::kAngle, B::kBD, kR13, kLatest, "90"},
+    {"count", 71, K::kInt, B::kRC, kR13, kLatest, "0"},
+    {"elements", 49, K::kGroups, B::kSpecial, kR13},
+};
+constexpr Part kMlineStyleParts[] = {{"AcDbMlineStyle", kMlineStyle}};
+
 // ---- proxies --------------------------------------------------------------------------
 
 // A record of a class the reader has no decoder for, carried with the
@@ -405,6 +431,36 @@ constexpr TypeDesc kTypes[] = {
     {"ACDBDICTIONARYWDFLT", 0, false, 5, {}, kDictionaryWithDefaultParts},
     {"XRECORD", 0x4F, false, 5, {}, kXrecordParts},
     {"ACDBPLACEHOLDER", 0x50, false, 5, {}, {}},
+    {"GROUP", 0x48, false, 5, {}, kGroupParts},
+    {"MLINESTYLE", 0x49, false, 5, {}, kMlineStyleParts},
+    {"POLYLINE", 0x0F, true, 5, {}, graphics::kPolyline2dParts},
+    {"POLYLINE", 0x10, true, 5, {}, graphics::kPolyline3dParts},
+    {"POLYLINE", 0x1D, true, 5, {}, graphics::kPolyfaceParts},
+    {"POLYLINE", 0x1E, true, 5, {}, graphics::kPolygonMeshParts},
+    {"VERTEX", 0x0A, true, 5, {}, graphics::kVertex2dParts},
+    {"VERTEX", 0x0B, true, 5, {}, graphics::kVertex3dParts},
+    {"VERTEX", 0x0C, true, 5, {}, graphics::kVertexMeshParts},
+    {"VERTEX", 0x0D, true, 5, {}, graphics::kVertexPfaceParts},
+    {"VERTEX", 0x0E, true, 5, {}, graphics::kFaceRecordParts},
+    {"SOLID", 0x1F, true, 5, {}, graphics::kTraceParts},
+    {"TRACE", 0x20, true, 5, {}, graphics::kTraceParts},
+    {"3DFACE", 0x1C, true, 5, {}, graphics::kFaceParts},
+    {"DIMENSION", 0x15, true, 5, {}, graphics::kDimLinearParts},
+    {"DIMENSION", 0x16, true, 5, {}, graphics::kDimAlignedParts},
+    {"DIMENSION", 0x17, true, 5, {}, graphics::kDimAng3ptParts},
+    {"DIMENSION", 0x18, true, 5, {}, graphics::kDimAng2lnParts},
+    {"DIMENSION", 0x19, true, 5, {}, graphics::kDimRadiusParts},
+    {"DIMENSION", 0x1A, true, 5, {}, graphics::kDimDiameterParts},
+    {"DIMENSION", 0x14, true, 5, {}, graphics::kDimOrdinateParts},
+    {"VIEWPORT", 0x22, true, 5, {}, graphics::kViewportParts},
+    {"TOLERANCE", 0x2E, true, 5, {}, graphics::kToleranceParts},
+    {"SPLINE", 0x24, true, 5, {}, graphics::kSplineParts},
+    {"MLINE", 0x2F, true, 5, {}, graphics::kMlineParts},
+    {"HATCH", 0x4E, true, 5, {}, graphics::kHatchParts},
+    {"REGION", 0x25, true, 5, {}, graphics::kBodyParts},
+    {"3DSOLID", 0x26, true, 5, {}, graphics::kSolidParts},
+    {"BODY", 0x27, true, 5, {}, graphics::kBodyParts},
+    {"LEADER", 0x2D, true, 5, {}, graphics::kLeaderParts},
     {"ACAD_PROXY_ENTITY", 0, true, 5, {}, kProxyEntityParts},
     {"ACAD_PROXY_OBJECT", 0, false, 5, {}, kProxyObjectParts},
 };
