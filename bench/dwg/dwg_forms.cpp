@@ -34,7 +34,7 @@ int main(int argc, char** argv) {
     for (const auto& object : doc.all_objects()) {
       if (object->synthesized || object->section == Section::kNone || object->section == Section::kClasses) continue;
       ++records;
-      if (!object->groups.empty()) {
+      if (!doc.Groups(*object).empty()) {
         ++formed;
         continue;
       }

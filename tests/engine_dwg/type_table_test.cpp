@@ -145,13 +145,13 @@ TEST(TypeTable, MixedEncodingsMatchTheDxfTwin) {
       const Object* twin = dxf.Find(object->handle);
       if (twin == nullptr || twin->type_name != object->type_name) continue;
       const std::string where = std::string(dwgName) + " " + FormatHandle(object->handle);
-      ASSERT_FALSE(object->groups.empty()) << where;
+      ASSERT_FALSE(dwg.Groups(*object).empty()) << where;
       for (int32_t code : {10, 20, 30, 11, 21, 31, 12, 22, 13, 23, 14, 24, 15, 25, 16, 26, 40, 41, 42, 50, 70, 71,
                            72, 73, 74, 75, 91, 92, 93, 98}) {
         const Group* a = nullptr;
         const Group* b = nullptr;
-        for (const Group& g : object->groups) a = g.code == code && a == nullptr ? &g : a;
-        for (const Group& g : twin->groups) b = g.code == code && b == nullptr ? &g : b;
+        for (const Group& g : dwg.Groups(*object)) a = g.code == code && a == nullptr ? &g : a;
+        for (const Group& g : dxf.Groups(*twin)) b = g.code == code && b == nullptr ? &g : b;
         if (b == nullptr) continue;
         ASSERT_NE(a, nullptr) << where << " group " << code;
         EXPECT_NEAR(a->AsDouble(), b->AsDouble(), 1e-6 * std::max(1.0, std::abs(b->AsDouble())))
