@@ -1,0 +1,89 @@
+#include "dwg/object_writer.hpp"
+
+#include <cstdio>
+
+#include "dwg/checksum.hpp"
+
+namespace vantrove::engine::dwg {
+
+std::string EscapedText(std::string_view utf8) {
+  std::string out;
+  out.reserve(utf8.size());
+  for (size_t i = 0; i < utf8.size(); ++i) {
+    const auto c = static_cast<uint8_t>(utf8[i]);
+    if (c < 0x80) {
+      out.push_back(static_cast<char>(c));
+      continue;
+    }
+    const std::vector<uint16_t> units = Utf8ToUtf16(utf8.substr(i, c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : 2));
+    size_t len = c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : 2;
+    i += len - 1;
+    for (uint16_t u : units) {
+      char buf[12];
+      std::snprintf(buf, sizeof buf, "\\U+%04X", static_cast<unsigned>(u));
+      out += buf;
+    }
+  }
+  return out;
+}
+
+ObjectWriter::ObjectWriter(uint16_t type, uint64_t handle, std::string_view extendedData) {
+  data_.BS(type);
+  sizeAt_ = data_.position();
+  data_.RL(0);
+  data_.H(0, handle);
+  if (!extendedData.empty()) data_.Bytes(extendedData);
+  data_.BS(0);  // no (more) extended data
+}
+
+void ObjectWriter::BeginObject(uint64_t owner, const std::vector<uint64_t>& reactors, uint64_t xdictionary) {
+  data_.BL(static_cast<uint32_t>(reactors.size()));
+  handles_.H(4, owner);
+  for (uint64_t r : reactors) handles_.H(4, r);
+  handles_.H(3, xdictionary);
+}
+
+void ObjectWriter::BeginEntity(const EntityCommon& e, const std::vector<uint64_t>& reactors, uint64_t xdictionary) {
+  isEntity_ = true;
+  entity_ = e;
+  data_.B(false);  // no preview graphics
+  data_.BB(e.mode);
+  data_.BL(static_cast<uint32_t>(reactors.size()));
+  data_.B(false);  // the chain links are given
+  data_.BS(static_cast<uint16_t>(e.color));
+  data_.BD(e.linetypeScale);
+  data_.BB(e.linetypeFlags);
+  data_.BB(0);     // plot style by layer
+  data_.BS(e.invisible ? 1 : 0);
+  data_.RC(e.lineweight);
+  if (e.mode == 0) handles_.H(4, e.owner);
+  for (uint64_t r : reactors) handles_.H(4, r);
+  handles_.H(3, xdictionary);
+  handles_.H(4, e.prev);
+  handles_.H(4, e.next);
+  handles_.H(5, e.layer);
+  if (e.linetypeFlags == 3) handles_.H(5, e.linetype);
+}
+
+void ObjectWriter::Text(std::string_view utf8) {
+  const std::string bytes = EscapedText(utf8);
+  data_.TV(bytes, !bytes.empty());
+}
+
+std::vector<uint8_t> ObjectWriter::Finish() {
+  const size_t dataBits = data_.position();
+  data_.PatchRL(sizeAt_, static_cast<uint32_t>(dataBits));
+  data_.Append(handles_);
+  data_.AlignByte();
+  const std::vector<uint8_t>& body = data_.bytes();
+  BitWriter head;
+  head.MS(static_cast<uint32_t>(body.size()));
+  std::vector<uint8_t> out = head.Take();
+  out.insert(out.end(), body.begin(), body.end());
+  const uint16_t crc = Crc16(0xC0C1, out.data(), out.size());
+  out.push_back(static_cast<uint8_t>(crc & 0xFF));
+  out.push_back(static_cast<uint8_t>(crc >> 8));
+  return out;
+}
+
+}  // namespace vantrove::engine::dwg

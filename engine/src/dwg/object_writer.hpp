@@ -1,0 +1,58 @@
+#pragma once
+// One DWG 2000 object built from scratch: the common part every object
+// and entity begins with, the type's own data, the handle stream, the
+// size prefix and the check value.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dwg/bit_writer.hpp"
+
+namespace vantrove::engine::dwg {
+
+// The entity properties of the common part.
+struct EntityCommon {
+  uint8_t mode = 2;             // 0: owned (owner handle follows), 1: paper space, 2: model space
+  uint64_t owner = 0;           // mode 0
+  int16_t color = 256;          // 256 by layer, 0 by block
+  double linetypeScale = 1.0;
+  uint64_t layer = 0;
+  uint64_t linetype = 0;        // 0: by layer
+  uint8_t linetypeFlags = 0;    // 0 by layer, 1 by block, 2 continuous, 3 the handle above
+  bool invisible = false;
+  uint8_t lineweight = 29;      // index; 29 by layer
+  uint64_t prev = 0, next = 0;  // the entity chain of the owning block
+};
+
+class ObjectWriter {
+ public:
+  ObjectWriter(uint16_t type, uint64_t handle, std::string_view extendedData = {});
+
+  // The common part of a non-entity object / of an entity.
+  void BeginObject(uint64_t owner, const std::vector<uint64_t>& reactors, uint64_t xdictionary);
+  void BeginEntity(const EntityCommon& e, const std::vector<uint64_t>& reactors, uint64_t xdictionary);
+
+  BitWriter& data() { return data_; }
+  // Handle references follow the data; `code` as the format gives it.
+  void Ref(uint8_t code, uint64_t value) { handles_.H(code, value); }
+  // Text of a drawing before 2007: characters outside ASCII as \U+XXXX.
+  void Text(std::string_view utf8);
+
+  // The stored form: size, data and handles, check value.
+  std::vector<uint8_t> Finish();
+
+ private:
+  void EntityHandles();
+  BitWriter data_;
+  BitWriter handles_;
+  size_t sizeAt_ = 0;
+  EntityCommon entity_;
+  bool isEntity_ = false;
+};
+
+// UTF-8 text in the 8-bit form: ASCII as is, everything else escaped.
+std::string EscapedText(std::string_view utf8);
+
+}  // namespace vantrove::engine::dwg
