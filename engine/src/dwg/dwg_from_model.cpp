@@ -6,7 +6,6 @@
 #include <unordered_set>
 
 #include "dwg/checksum.hpp"
-#include "dwg/codepage.hpp"
 #include "dwg/container.hpp"
 #include "dwg/entity_encoder.hpp"
 #include "dwg/header_vars_r2000.hpp"
@@ -468,10 +467,8 @@ void PutLe32(std::string& s, size_t at, uint32_t v) {
 // The file header with five section records (header variables, classes,
 // object map, free space, template), the header variables and the classes.
 std::string ModelEncoder::FilePrefix() const {
-  uint16_t codePage = 30;
-  for (uint16_t n = 0; n < 64; ++n) {
-    if (!doc_.codepage.empty() && CodePageName(n) == doc_.codepage) codePage = n;
-  }
+  // Text is written as ANSI_1252 with escapes for what lies outside it.
+  const uint16_t codePage = 30;
   std::string out("AC1015", 6);
   out += std::string("\0\0\0\0\0\x0f\x01", 7);
   out.append(4, '\0');  // no preview image

@@ -289,7 +289,7 @@ bool EncodeEntityData(ObjectWriter& w, const Entity& e, const GroupView& g, cons
     case ObjectKind::kAttrib:
     case ObjectKind::kAttDef: {
       const auto& a = static_cast<const Attrib&>(e);
-      WriteTextPart(w, g, 74, a.value);
+      WriteTextPart(w, g, 74, a.display_value());
       w.Text(a.tag);
       w.data().BS(static_cast<uint16_t>(g.Int(73, 0)));
       w.data().RC(static_cast<uint8_t>(a.flags));

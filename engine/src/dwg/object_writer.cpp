@@ -18,6 +18,11 @@ std::string EscapedText(std::string_view utf8) {
     const std::vector<uint16_t> units = Utf8ToUtf16(utf8.substr(i, c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : 2));
     size_t len = c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : 2;
     i += len - 1;
+    // The file's code page is ANSI_1252: its upper half is Latin-1.
+    if (units.size() == 1 && units[0] >= 0xA0 && units[0] <= 0xFF) {
+      out.push_back(static_cast<char>(units[0]));
+      continue;
+    }
     for (uint16_t u : units) {
       char buf[12];
       std::snprintf(buf, sizeof buf, "\\U+%04X", static_cast<unsigned>(u));

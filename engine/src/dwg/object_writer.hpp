@@ -52,7 +52,9 @@ class ObjectWriter {
   bool isEntity_ = false;
 };
 
-// UTF-8 text in the 8-bit form: ASCII as is, everything else escaped.
+// UTF-8 text in the 8-bit form of code page ANSI_1252 (the one the
+// encoder writes): ASCII and Latin-1 letters as bytes, everything else as
+// \U+XXXX.
 std::string EscapedText(std::string_view utf8);
 
 }  // namespace vantrove::engine::dwg
