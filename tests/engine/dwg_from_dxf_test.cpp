@@ -9,12 +9,14 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "dwg/bit_reader.hpp"
 #include "dwg/header_vars_r2000.hpp"
+#include "dwg/table_records_r2000.hpp"
 #include "test_support.hpp"
 #include "vantrove/engine/component.hpp"
 #include "vantrove/engine/description.hpp"
@@ -173,6 +175,8 @@ TEST(DwgFromDxf, HeaderVariablesOfA2000FileFillItsHeaderSectionExactly) {
   for (const dwg::HeaderVarDesc& v : dwg::HeaderVarsR2000()) {
     switch (v.bits) {
       case HB::kB: r.B(); break;
+      case HB::kBB: r.BB(); break;
+      case HB::kRC: r.RC(); break;
       case HB::kBS: case HB::kCMC: r.BS(); break;
       case HB::kBL: case HB::kFlags: r.BL(); break;
       case HB::kBD: r.BD(); break;
@@ -186,6 +190,62 @@ TEST(DwgFromDxf, HeaderVariablesOfA2000FileFillItsHeaderSectionExactly) {
   ASSERT_FALSE(r.failed());
   EXPECT_LE(r.position(), size_t{size} * 8);
   EXPECT_GT(r.position() + 8, size_t{size} * 8);
+}
+
+// Reads the fields of `list` from a stored table entry: how many bits they
+// end short of (negative) or past the end of the entry's data.
+long FieldsFillTheEntry(std::string_view stored, std::span<const dwg::EntryField> list) {
+  dwg::BitReader r(reinterpret_cast<const uint8_t*>(stored.data()), stored.size());
+  r.MS();
+  const size_t start = r.position();
+  r.BS();
+  const size_t bitSize = r.RL();
+  r.H();
+  while (const uint16_t eed = r.BS()) {
+    r.H();
+    r.Bytes(eed);
+  }
+  r.BL();    // reactors
+  r.TV();    // name
+  r.B();
+  r.BS();
+  r.B();
+  using HB = dwg::HeaderBits;
+  for (const dwg::EntryField& f : list) {
+    switch (f.bits) {
+      case HB::kB: r.B(); break;
+      case HB::kBB: r.BB(); break;
+      case HB::kRC: r.RC(); break;
+      case HB::kBS: case HB::kCMC: r.BS(); break;
+      case HB::kBD: r.BD(); break;
+      case HB::kRD2: r.RD(); r.RD(); break;
+      case HB::kBD3: r.BD3(); break;
+      case HB::kTV: r.TV(); break;
+      default: break;
+    }
+  }
+  if (r.failed()) return 1000000;
+  return static_cast<long>(r.position() - start) - static_cast<long>(bitSize);
+}
+
+TEST(DwgFromDxf, ViewportAndDimensionStyleFieldsFillTheEntriesOfA2000File) {
+  size_t checked = 0;
+  for (const char* name : {"ldwg_example_2000.dwg", "acs_sample_AC1015.dwg"}) {
+    const fs::path file = kShared / "corpus" / "dwg" / name;
+    if (!fs::exists(file)) continue;
+    Document doc;
+    ASSERT_TRUE(ReadDwgFile(file.string(), doc).ok());
+    for (const auto& object : doc.all_objects()) {
+      const DwgSource* source = DwgSourceOf(*object);
+      if (source == nullptr || (source->type != 0x41 && source->type != 0x45)) continue;
+      SCOPED_TRACE(std::string(name) + " " + FormatHandle(object->handle) + " type " + std::to_string(source->type));
+      EXPECT_EQ(FieldsFillTheEntry(source->bits, source->type == 0x41 ? dwg::VportFieldsR2000()
+                                                                        : dwg::DimstyleFieldsR2000()),
+                0);
+      ++checked;
+    }
+  }
+  if (checked == 0) GTEST_SKIP() << "no DWG 2000 drawing in the corpus";
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "dwg/dwg_from_model.hpp"
 
 #include <algorithm>
+#include <memory>
 #include <cctype>
 #include <unordered_map>
 #include <unordered_set>
@@ -8,10 +9,12 @@
 #include "dwg/checksum.hpp"
 #include "dwg/container.hpp"
 #include "dwg/entity_encoder.hpp"
+#include "dwg/extended_data.hpp"
 #include "dwg/header_vars_r2000.hpp"
 #include "dwg/record_data_encoder.hpp"
 #include "dwg/records.hpp"
 #include "dwg/source_sections.hpp"
+#include "dwg/table_records_r2000.hpp"
 #include "dwg/writer_r2000.hpp"
 
 namespace vantrove::engine::dwg {
@@ -60,11 +63,12 @@ const ClassDef kBuiltinClasses[] = {
 
 bool WrittenObjectType(std::string_view type) {
   return type == "DICTIONARY" || type == "ACDBDICTIONARYWDFLT" || type == "LAYOUT" || type == "IMAGEDEF" ||
-         type == "IMAGEDEF_REACTOR" || type == "ACDBPLACEHOLDER";
+         type == "IMAGEDEF_REACTOR" || type == "ACDBPLACEHOLDER" || type == "XRECORD";
 }
 
 bool WrittenEntryType(std::string_view type) {
-  return type == "LAYER" || type == "LTYPE" || type == "STYLE" || type == "APPID" || type == "BLOCK_RECORD";
+  return type == "LAYER" || type == "LTYPE" || type == "STYLE" || type == "APPID" || type == "BLOCK_RECORD" ||
+         type == "VPORT" || type == "DIMSTYLE";
 }
 
 class ModelEncoder {
@@ -88,6 +92,12 @@ class ModelEncoder {
     return 0;
   }
   std::vector<uint64_t> Reactors(const Object& o) const;
+  // The extended data of `o` for its object writer.
+  BitWriter Eed(const Object& o) const {
+    BitWriter w;
+    EncodeExtendedData(SourceGroups(doc_, o), [this](std::string_view app) { return Named("APPID", app); }, w);
+    return w;
+  }
   uint64_t XDictionary(const Object& o) const;
   void Plan();
   void WriteTables();
@@ -106,6 +116,8 @@ class ModelEncoder {
   std::unordered_map<std::string, uint64_t> names_;  // "TABLE:lower-case name" -> handle
   std::unordered_map<std::string_view, uint64_t> controls_;
   std::unordered_set<uint64_t> written_;
+  // Block records for blocks that came without one (DXF R12).
+  std::vector<std::unique_ptr<BlockRecord>> madeRecords_;
   uint64_t root_ = 0;
   const Dictionary* rootDict_ = nullptr;
 };
@@ -171,6 +183,19 @@ void ModelEncoder::Plan() {
       if (WrittenEntryType(record->type_name)) written_.insert(record->handle);
     }
   }
+  for (Block* block : doc_.blocks) {
+    if (block->erased || block->record != nullptr) continue;
+    auto record = std::make_unique<BlockRecord>();
+    record->name = block == doc_.model_space()   ? "*Model_Space"
+                   : block == doc_.paper_space() ? "*Paper_Space"
+                                                 : block->name;
+    record->handle = NewHandle();
+    record->block = block;
+    record->type_name = "BLOCK_RECORD";
+    names_.emplace(EntryKey("BLOCK_RECORD", record->name), record->handle);
+    written_.insert(record->handle);
+    madeRecords_.push_back(std::move(record));
+  }
   for (const auto& object : doc_.all_objects()) {
     const Object& o = *object;
     if (o.erased) continue;
@@ -194,23 +219,26 @@ void ModelEncoder::WriteTables() {
     for (const Table& t : doc_.tables) {
       if (t.name == kind.table) table = &t;
     }
+    std::vector<const Object*> records;
+    if (table != nullptr) records.assign(table->records.begin(), table->records.end());
+    if (kind.type == kTypeBlockControl) {
+      for (const auto& made : madeRecords_) records.push_back(made.get());
+    }
     uint64_t modelSpace = 0, paperSpace = 0;
-    if (table != nullptr) {
-      for (const Object* record : table->records) {
-        if (record->erased) continue;
-        if (written_.count(record->handle) == 0) {
-          ++dropped_[std::string(record->type_name)];
-          continue;
-        }
-        const Block* block = record->kind() == ObjectKind::kBlockRecord ? static_cast<const BlockRecord*>(record)->block
-                                                                        : nullptr;
-        if (block != nullptr && block == doc_.model_space()) {
-          modelSpace = record->handle;
-        } else if (block != nullptr && block == doc_.paper_space()) {
-          paperSpace = record->handle;
-        } else {
-          entries.push_back(record->handle);
-        }
+    for (const Object* record : records) {
+      if (record->erased) continue;
+      if (written_.count(record->handle) == 0) {
+        ++dropped_[std::string(record->type_name)];
+        continue;
+      }
+      const Block* block = record->kind() == ObjectKind::kBlockRecord ? static_cast<const BlockRecord*>(record)->block
+                                                                      : nullptr;
+      if (block != nullptr && block == doc_.model_space()) {
+        modelSpace = record->handle;
+      } else if (block != nullptr && block == doc_.paper_space()) {
+        paperSpace = record->handle;
+      } else {
+        entries.push_back(record->handle);
       }
     }
     ObjectWriter w(kind.type, controls_[kind.table]);
@@ -222,8 +250,7 @@ void ModelEncoder::WriteTables() {
       w.Ref(3, paperSpace);
     }
     Emit(controls_[kind.table], w);
-    if (table == nullptr) continue;
-    for (const Object* record : table->records) {
+    for (const Object* record : records) {
       if (record->erased || written_.count(record->handle) == 0) continue;
       const GroupView g = G(*record);
       if (record->kind() == ObjectKind::kBlockRecord) {
@@ -232,7 +259,8 @@ void ModelEncoder::WriteTables() {
         continue;
       }
       const uint16_t type = kind.type + 1;
-      ObjectWriter e(type, record->handle);
+      const BitWriter eed = Eed(*record);
+      ObjectWriter e(type, record->handle, &eed);
       e.BeginObject(controls_[kind.table], Reactors(*record), XDictionary(*record));
       if (record->kind() == ObjectKind::kLayer) {
         const auto* layer = static_cast<const Layer*>(record);
@@ -241,6 +269,13 @@ void ModelEncoder::WriteTables() {
         WriteLtype(e, g);
       } else if (kind.table == "STYLE") {
         WriteStyle(e, g);
+      } else if (kind.table == "VPORT") {
+        WriteEntryFields(e, g, VportFieldsR2000(), [](int16_t, std::string_view) { return uint64_t{0}; });
+      } else if (kind.table == "DIMSTYLE") {
+        WriteEntryFields(e, g, DimstyleFieldsR2000(), [this](int16_t, std::string_view value) {
+          const uint64_t h = ParseHandle(value).value_or(0);
+          return written_.count(h) != 0 ? h : 0;
+        });
       } else {
         WriteAppid(e, g);
       }
@@ -262,7 +297,8 @@ void ModelEncoder::WriteBlock(const BlockRecord& record, const Block& block) {
   }
   const uint64_t endblk = block.end != nullptr ? block.end->handle : NewHandle();
   const bool xref = block.is_xref() || block.is_overlay();
-  ObjectWriter w(kTypeBlockHeader, record.handle);
+  const BitWriter eed = Eed(record);
+  ObjectWriter w(kTypeBlockHeader, record.handle, &eed);
   w.BeginObject(controls_["BLOCK_RECORD"], Reactors(record), XDictionary(record));
   WriteEntryStart(w, record.name, block.flags);
   BitWriter& d = w.data();
@@ -292,7 +328,9 @@ void ModelEncoder::WriteBlock(const BlockRecord& record, const Block& block) {
   owned.mode = 0;
   owned.owner = record.handle;
   owned.layer = Named("LAYER", block.layer.empty() ? "0" : block.layer);
-  WriteEntity(block, owned, {});
+  EncoderLinks blockLinks;
+  blockLinks.blockName = record.name;
+  WriteEntity(block, owned, blockLinks);
   for (size_t i = 0; i < chain.size(); ++i) {
     EntityCommon c;
     c.mode = static_cast<uint8_t>(mode);
@@ -344,7 +382,8 @@ void ModelEncoder::WriteEntity(const Entity& e, EntityCommon common, EncoderLink
     links.imageDef = written_.count(image.image_def) != 0 ? image.image_def : 0;
     links.imageDefReactor = written_.count(image.image_def_reactor) != 0 ? image.image_def_reactor : 0;
   }
-  ObjectWriter w(type, e.handle);
+  const BitWriter eed = Eed(e);
+  ObjectWriter w(type, e.handle, &eed);
   w.BeginEntity(common, Reactors(e), XDictionary(e));
   if (!EncodeEntityData(w, e, g, links)) {
     ++dropped_[std::string(e.type_name)];
@@ -386,10 +425,13 @@ void ModelEncoder::WriteObjects() {
       number = kTypeDictionary;
     } else if (o->kind() == ObjectKind::kLayout) {
       number = kTypeLayout;
+    } else if (type == "XRECORD") {
+      number = kTypeXrecord;
     } else {
       number = ClassNumber(type);
     }
-    ObjectWriter w(number, o->handle);
+    const BitWriter eed = Eed(*o);
+    ObjectWriter w(number, o->handle, &eed);
     w.BeginObject(o == rootDict_ ? 0 : o->owner, Reactors(*o), XDictionary(*o));
     if (o->kind() == ObjectKind::kDictionary) {
       WriteDictionary(w, static_cast<const Dictionary&>(*o), g, written_);
@@ -397,6 +439,8 @@ void ModelEncoder::WriteObjects() {
       const auto& layout = static_cast<const Layout&>(*o);
       uint64_t record = layout.block_record != nullptr ? layout.block_record->handle : layout.block_record_handle;
       WriteLayout(w, layout, g, record);
+    } else if (type == "XRECORD") {
+      WriteXrecord(w, g);
     } else if (type == "IMAGEDEF") {
       WriteImageDef(w, g);
     } else if (type == "IMAGEDEF_REACTOR") {
@@ -427,6 +471,7 @@ uint64_t ModelEncoder::HeaderHandle(std::string_view name) const {
   if (name == "NAMED_OBJECTS") return root_;
   if (name.starts_with("ACAD_")) return dictionaryEntry(name);
   if (name == "CLAYER") return Named("LAYER", var("CLAYER", "0"));
+  if (name == "DIMSTYLE") return Named("DIMSTYLE", var("DIMSTYLE", "Standard"));
   if (name == "TEXTSTYLE" || name == "DIMTXSTY") return Named("STYLE", var(name, "Standard"));
   if (name == "CELTYPE") return Named("LTYPE", var("CELTYPE", "ByLayer"));
   if (name == "MODEL_SPACE") return Named("BLOCK_RECORD", "*Model_Space");

@@ -297,7 +297,9 @@ bool EncodeEntityData(ObjectWriter& w, const Entity& e, const GroupView& g, cons
       w.Ref(5, links.style(a.style.empty() ? g.Text(7, "Standard") : a.style));
       return true;
     }
-    case ObjectKind::kBlock: w.Text(static_cast<const Block&>(e).name); return true;
+    case ObjectKind::kBlock:
+      w.Text(links.blockName.empty() ? static_cast<const Block&>(e).name : links.blockName);
+      return true;
     case ObjectKind::kEndBlk:
     case ObjectKind::kSeqEnd: return true;
     case ObjectKind::kInsert: WriteInsert(w, static_cast<const Insert&>(e), g, links); return true;

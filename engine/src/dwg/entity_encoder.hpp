@@ -20,6 +20,7 @@ struct EncoderLinks {
   std::function<uint64_t(std::string_view)> blockRecord;  // BLOCK_RECORD by name
   uint64_t firstAttrib = 0, lastAttrib = 0, seqend = 0;   // of the INSERT being encoded
   uint64_t imageDef = 0, imageDefReactor = 0;             // of the IMAGE being encoded
+  std::string_view blockName;                             // of the BLOCK being encoded: its record's
 };
 
 // The DWG type number an entity of DXF type `type` is written with (0:

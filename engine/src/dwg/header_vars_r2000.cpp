@@ -156,6 +156,8 @@ void WriteVar(BitWriter& w, const Document& doc, const HeaderVarDesc& v, const H
   const std::string text = ValueText(doc, v);
   switch (v.bits) {
     case HB::kB: w.B(Number(text, 0) != 0); break;
+    case HB::kBB: w.BB(static_cast<uint8_t>(Number(text, 0))); break;
+    case HB::kRC: w.RC(static_cast<uint8_t>(Number(text, 0))); break;
     case HB::kBS:
     case HB::kCMC: w.BS(static_cast<uint16_t>(static_cast<int16_t>(Number(text, 0)))); break;
     case HB::kBL: w.BL(static_cast<uint32_t>(static_cast<int64_t>(Number(text, 0)))); break;

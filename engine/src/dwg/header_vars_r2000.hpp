@@ -14,7 +14,7 @@
 namespace vantrove::engine::dwg {
 
 enum class HeaderBits : uint8_t {
-  kB, kBS, kBL, kBD, kRD2, kBD3, kTV, kCMC,
+  kB, kBB, kRC, kBS, kBL, kBD, kRD2, kBD3, kTV, kCMC,
   kH,         // handle reference (hard pointer) to a named object
   kHandSeed,  // the next free handle (code 0)
   kTime,      // two bit longs: days and milliseconds (DXF: a day number with fraction)

@@ -32,12 +32,12 @@ std::string EscapedText(std::string_view utf8) {
   return out;
 }
 
-ObjectWriter::ObjectWriter(uint16_t type, uint64_t handle, std::string_view extendedData) {
+ObjectWriter::ObjectWriter(uint16_t type, uint64_t handle, const BitWriter* extendedData) {
   data_.BS(type);
   sizeAt_ = data_.position();
   data_.RL(0);
   data_.H(0, handle);
-  if (!extendedData.empty()) data_.Bytes(extendedData);
+  if (extendedData != nullptr) data_.Append(*extendedData);
   data_.BS(0);  // no (more) extended data
 }
 

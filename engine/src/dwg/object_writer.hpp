@@ -28,7 +28,8 @@ struct EntityCommon {
 
 class ObjectWriter {
  public:
-  ObjectWriter(uint16_t type, uint64_t handle, std::string_view extendedData = {});
+  // `extendedData`: the blocks of extended data, or nullptr.
+  ObjectWriter(uint16_t type, uint64_t handle, const BitWriter* extendedData = nullptr);
 
   // The common part of a non-entity object / of an entity.
   void BeginObject(uint64_t owner, const std::vector<uint64_t>& reactors, uint64_t xdictionary);

@@ -1,8 +1,13 @@
 #include "dwg/record_data_encoder.hpp"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <string>
 #include <numbers>
 #include <vector>
+
+#include "vantrove/engine/handle.hpp"
 
 namespace vantrove::engine::dwg {
 
@@ -12,7 +17,81 @@ double Radians(double degrees) { return degrees * std::numbers::pi / 180.0; }
 
 dwg::Point3 P3(const engine::Point3& p) { return {p.x, p.y, p.z}; }
 
+void PutLe(std::string& out, uint64_t v, size_t bytes) {
+  for (size_t i = 0; i < bytes; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
+}
+
+void PutReal(std::string& out, double v) {
+  uint64_t bits = 0;
+  std::memcpy(&bits, &v, sizeof bits);
+  PutLe(out, bits, 8);
+}
+
+bool IsPointCode(int32_t code) {
+  return (code >= 10 && code <= 17) || (code >= 110 && code <= 112) || code == 210 || (code >= 1010 && code <= 1013);
+}
+
+uint8_t HexDigit(char c) {
+  if (c >= '0' && c <= '9') return static_cast<uint8_t>(c - '0');
+  if (c >= 'A' && c <= 'F') return static_cast<uint8_t>(c - 'A' + 10);
+  if (c >= 'a' && c <= 'f') return static_cast<uint8_t>(c - 'a' + 10);
+  return 0;
+}
+
+// One XRECORD item: its code, then the value in the form its code carries.
+void AppendXrecordItem(GroupSpan groups, size_t& i, std::string& out) {
+  const Group& g = groups[i];
+  PutLe(out, static_cast<uint16_t>(g.code), 2);
+  if (IsPointCode(g.code)) {
+    double c[3] = {g.AsDouble(), 0, 0};
+    for (int axis = 1; axis < 3 && i + 1 < groups.size() && groups[i + 1].code == g.code + 10 * axis; ++axis) {
+      c[axis] = groups[++i].AsDouble();
+    }
+    for (double v : c) PutReal(out, v);
+    return;
+  }
+  const GroupType type = g.code >= 280 && g.code <= 289 ? GroupType::kBool : GroupTypeOf(g.code);
+  switch (type) {
+    case GroupType::kString: {
+      std::string text = EscapedText(g.value());
+      if (text.size() > 0xFFFF) text.resize(0xFFFF);
+      PutLe(out, text.size(), 2);
+      out.push_back(30);  // ANSI_1252
+      out += text;
+      return;
+    }
+    case GroupType::kBinary: {
+      const std::string_view hex = g.value();
+      const size_t n = std::min<size_t>(hex.size() / 2, 255);
+      out.push_back(static_cast<char>(n));
+      for (size_t k = 0; k < n; ++k) out.push_back(static_cast<char>(HexDigit(hex[2 * k]) << 4 | HexDigit(hex[2 * k + 1])));
+      return;
+    }
+    case GroupType::kDouble: PutReal(out, g.AsDouble()); return;
+    case GroupType::kHandle: PutLe(out, ParseHandle(g.value()).value_or(0), 8); return;
+    case GroupType::kBool: PutLe(out, static_cast<uint64_t>(g.AsInt()), 1); return;
+    case GroupType::kInt16: PutLe(out, static_cast<uint64_t>(g.AsInt()), 2); return;
+    case GroupType::kInt32: PutLe(out, static_cast<uint64_t>(g.AsInt()), 4); return;
+    case GroupType::kInt64: PutLe(out, static_cast<uint64_t>(g.AsInt()), 8); return;
+  }
+}
+
 }  // namespace
+
+void WriteXrecord(ObjectWriter& w, const GroupView& g) {
+  const GroupSpan part = g.Part("AcDbXrecord").all();
+  size_t i = 0;
+  int64_t cloning = 1;
+  if (!part.empty() && part[0].code == 280) {
+    cloning = part[0].AsInt(1);
+    i = 1;
+  }
+  std::string data;
+  for (; i < part.size(); ++i) AppendXrecordItem(part, i, data);
+  w.data().BL(static_cast<uint32_t>(data.size()));
+  w.data().Bytes(data);
+  w.data().BS(static_cast<uint16_t>(cloning));
+}
 
 uint8_t LineweightIndex(int64_t weight) {
   static const int32_t kWeights[] = {0,  5,  9,  13, 15, 18,  20,  25,  30,  35,  40,  50,

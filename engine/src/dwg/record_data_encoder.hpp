@@ -28,6 +28,8 @@ void WriteDictionary(ObjectWriter& w, const Dictionary& dict, const GroupView& g
                      const std::unordered_set<uint64_t>& written);
 void WriteLayout(ObjectWriter& w, const Layout& layout, const GroupView& g, uint64_t blockRecord);
 void WriteImageDef(ObjectWriter& w, const GroupView& g);
+// XRECORD: its items as (code, value) pairs in bytes, then the cloning flag.
+void WriteXrecord(ObjectWriter& w, const GroupView& g);
 
 // Line weight (hundredths of a millimetre, -1 by layer, -2 by block, -3
 // default) as the index the format stores.
