@@ -22,29 +22,17 @@ double Since(Clock::time_point t0) { return std::chrono::duration<double>(Clock:
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::string dir = "bench-data";
-  size_t inserts = 20000, texts = 20000;
-  for (int i = 1; i < argc; ++i) {
-    const std::string arg = argv[i];
-    if (arg == "--dir" && i + 1 < argc) {
-      dir = argv[++i];
-    } else if (arg == "--inserts" && i + 1 < argc) {
-      inserts = std::stoul(argv[++i]);
-    } else if (arg == "--texts" && i + 1 < argc) {
-      texts = std::stoul(argv[++i]);
-    } else {
-      std::fprintf(stderr, "usage: %s [--dir D] [--inserts N] [--texts N]\n", argv[0]);
-      return 2;
-    }
-  }
+  // Arguments, all optional: references, texts, folder of the generated drawing.
+  const size_t inserts = argc > 1 ? std::stoul(argv[1]) : 100000;
+  const size_t texts = argc > 2 ? std::stoul(argv[2]) : 200000;
+  const std::filesystem::path dir = argc > 3 ? argv[3] : "bench-data";
   std::filesystem::create_directories(dir);
-  const std::string dxf = dir + "/bench_" + std::to_string(inserts) + "_" + std::to_string(texts) + ".dxf";
-  if (!std::filesystem::exists(dxf)) {
-    vantrove::bench::GeneratedDrawing generated;
-    if (!vantrove::bench::GenerateDxf(dxf, inserts, texts, generated)) {
-      std::fprintf(stderr, "cannot write %s\n", dxf.c_str());
-      return 1;
-    }
+  const std::string dxf =
+      (dir / ("bench_" + std::to_string(inserts) + "_" + std::to_string(texts) + ".dxf")).string();
+  vantrove::bench::GeneratedDrawing generated;
+  if (!std::filesystem::exists(dxf) && !vantrove::bench::GenerateDxf(dxf, inserts, texts, generated)) {
+    std::fprintf(stderr, "cannot write %s\n", dxf.c_str());
+    return 1;
   }
   std::printf("file: %s, %.1f MB\n", dxf.c_str(), static_cast<double>(std::filesystem::file_size(dxf)) / 1e6);
   vantrove::engine::Document doc;

@@ -91,14 +91,19 @@ class ModelEncoder {
     }
     return 0;
   }
-  std::vector<uint64_t> Reactors(const Object& o) const;
+  // The written handles of groups `code` inside the 102 bracket `bracket`.
+  std::vector<uint64_t> Bracketed(const Object& o, std::string_view bracket, int32_t code) const;
+  std::vector<uint64_t> Reactors(const Object& o) const { return Bracketed(o, "{ACAD_REACTORS", 330); }
+  uint64_t XDictionary(const Object& o) const {
+    const std::vector<uint64_t> found = Bracketed(o, "{ACAD_XDICTIONARY", 360);
+    return found.empty() ? 0 : found.front();
+  }
   // The extended data of `o` for its object writer.
   BitWriter Eed(const Object& o) const {
     BitWriter w;
     EncodeExtendedData(SourceGroups(doc_, o), [this](std::string_view app) { return Named("APPID", app); }, w);
     return w;
   }
-  uint64_t XDictionary(const Object& o) const;
   void Plan();
   void WriteTables();
   void WriteBlock(const BlockRecord& record, const Block& block);
@@ -122,35 +127,18 @@ class ModelEncoder {
   const Dictionary* rootDict_ = nullptr;
 };
 
-std::vector<uint64_t> ModelEncoder::Reactors(const Object& o) const {
+std::vector<uint64_t> ModelEncoder::Bracketed(const Object& o, std::string_view bracket, int32_t code) const {
   std::vector<uint64_t> out;
   bool inside = false;
   for (const Group& g : SourceGroups(doc_, o)) {
     if (g.code == 102) {
-      inside = g.value() == "{ACAD_REACTORS";
-      continue;
-    }
-    if (inside && g.code == 330) {
+      inside = g.value() == bracket;
+    } else if (inside && g.code == code) {
       const uint64_t h = ParseHandle(g.value()).value_or(0);
       if (written_.count(h) != 0) out.push_back(h);
     }
   }
   return out;
-}
-
-uint64_t ModelEncoder::XDictionary(const Object& o) const {
-  bool inside = false;
-  for (const Group& g : SourceGroups(doc_, o)) {
-    if (g.code == 102) {
-      inside = g.value() == "{ACAD_XDICTIONARY";
-      continue;
-    }
-    if (inside && g.code == 360) {
-      const uint64_t h = ParseHandle(g.value()).value_or(0);
-      return written_.count(h) != 0 ? h : 0;
-    }
-  }
-  return 0;
 }
 
 // Decides what is written and gives the tables' control objects and
@@ -493,16 +481,7 @@ std::string ModelEncoder::ClassesSection() const {
     w.B(c.zombie);
     w.BS(c.entity ? 0x1F2 : 0x1F3);
   }
-  w.AlignByte();
-  w.PatchRL(0, static_cast<uint32_t>(w.bytes().size() - 4));
-  const std::vector<uint8_t>& body = w.bytes();
-  std::string out(reinterpret_cast<const char*>(kSentinelClassesBegin), 16);
-  out.append(reinterpret_cast<const char*>(body.data()), body.size());
-  const uint16_t crc = Crc16(0xC0C1, body.data(), body.size());
-  out.push_back(static_cast<char>(crc & 0xFF));
-  out.push_back(static_cast<char>(crc >> 8));
-  for (uint8_t b : kSentinelClassesBegin) out.push_back(static_cast<char>(~b));
-  return out;
+  return FramedSection(kSentinelClassesBegin, w);
 }
 
 void PutLe32(std::string& s, size_t at, uint32_t v) {

@@ -9,16 +9,6 @@ namespace vantrove::engine::dwg {
 
 namespace {
 
-void PutLe(std::string& out, uint64_t v, int bytes) {
-  for (int i = 0; i < bytes; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-
-void PutDouble(std::string& out, double v) {
-  uint64_t bits = 0;
-  std::memcpy(&bits, &v, sizeof bits);
-  PutLe(out, bits, 8);
-}
-
 int Nibble(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
@@ -36,7 +26,7 @@ bool AppendItem(const Group& g, std::string& out) {
       std::string text = EscapedText(g.value());
       if (text.size() > 255) text.resize(255);
       out.push_back(static_cast<char>(text.size()));
-      PutLe(out, 30, 2);  // ANSI_1252, the code page the file is written in
+      AppendLe(out, 30, 2);  // ANSI_1252, the code page the file is written in
       out += text;
       return true;
     }
@@ -45,7 +35,7 @@ bool AppendItem(const Group& g, std::string& out) {
     case 1005: {
       uint64_t h = 0;
       for (char c : g.value()) h = (h << 4) | static_cast<uint64_t>(Nibble(c));
-      PutLe(out, h, 8);
+      AppendLe(out, h, 8);
       return true;
     }
     case 1004: {
@@ -58,16 +48,16 @@ bool AppendItem(const Group& g, std::string& out) {
       out += bytes;
       return true;
     }
-    case 1070: PutLe(out, static_cast<uint16_t>(g.AsInt()), 2); return true;
-    case 1071: PutLe(out, static_cast<uint32_t>(g.AsInt()), 4); return true;
+    case 1070: AppendLe(out, static_cast<uint16_t>(g.AsInt()), 2); return true;
+    case 1071: AppendLe(out, static_cast<uint32_t>(g.AsInt()), 4); return true;
     default: break;
   }
   if (code >= 1010 && code <= 1013) {
-    PutDouble(out, g.AsDouble());
+    AppendReal(out, g.AsDouble());
     return true;  // the y and z groups follow as their own doubles
   }
   if (code >= 1040 && code <= 1042) {
-    PutDouble(out, g.AsDouble());
+    AppendReal(out, g.AsDouble());
     return true;
   }
   out.pop_back();
@@ -87,7 +77,7 @@ size_t EncodeExtendedData(GroupSpan groups, const std::function<uint64_t(std::st
       const int32_t code = groups[i].code;
       // A point's y and z come as groups of their own after its x.
       if ((code >= 1020 && code <= 1023) || (code >= 1030 && code <= 1033)) {
-        PutDouble(data, groups[i].AsDouble());
+        AppendReal(data, groups[i].AsDouble());
         continue;
       }
       AppendItem(groups[i], data);

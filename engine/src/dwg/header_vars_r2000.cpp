@@ -195,15 +195,19 @@ std::string EncodeHeaderR2000(const Document& doc, const HandleOf& handleOf, uin
   BitWriter w;
   w.RL(0);  // the size, set below
   for (const HeaderVarDesc& v : kVars) WriteVar(w, doc, v, handleOf, handseed);
-  w.AlignByte();
-  w.PatchRL(0, static_cast<uint32_t>(w.bytes().size() - 4));
-  const std::vector<uint8_t>& body = w.bytes();
-  std::string out(reinterpret_cast<const char*>(kSentinelHeaderBegin), 16);
-  out.append(reinterpret_cast<const char*>(body.data()), body.size());
-  const uint16_t crc = Crc16(0xC0C1, body.data(), body.size());
+  return FramedSection(kSentinelHeaderBegin, w);
+}
+
+std::string FramedSection(const uint8_t (&sentinel)[16], BitWriter& body) {
+  body.AlignByte();
+  body.PatchRL(0, static_cast<uint32_t>(body.bytes().size() - 4));
+  const std::vector<uint8_t>& bytes = body.bytes();
+  std::string out(reinterpret_cast<const char*>(sentinel), 16);
+  out.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  const uint16_t crc = Crc16(0xC0C1, bytes.data(), bytes.size());
   out.push_back(static_cast<char>(crc & 0xFF));
   out.push_back(static_cast<char>(crc >> 8));
-  for (uint8_t b : kSentinelHeaderBegin) out.push_back(static_cast<char>(~b));
+  for (uint8_t b : sentinel) out.push_back(static_cast<char>(~b));
   return out;
 }
 

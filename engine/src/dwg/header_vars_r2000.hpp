@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "dwg/bit_writer.hpp"
 #include "vantrove/engine/document.hpp"
 
 namespace vantrove::engine::dwg {
@@ -36,6 +37,11 @@ using HandleOf = std::function<uint64_t(std::string_view name)>;
 
 // The header section: sentinel, size, the variables, check value, end
 // sentinel.
+// A section of the 2000 file: `body` starts with a 32-bit size (set here)
+// followed by the data; it is framed by `sentinel`, a check value over
+// size and data, and the sentinel's complement.
+std::string FramedSection(const uint8_t (&sentinel)[16], BitWriter& body);
+
 std::string EncodeHeaderR2000(const Document& doc, const HandleOf& handleOf, uint64_t handseed);
 
 }  // namespace vantrove::engine::dwg

@@ -31,8 +31,8 @@ std::string_view GroupView::Text(int32_t code, std::string_view fallback) const 
   return g == nullptr ? fallback : g->value();
 }
 
-Point3 GroupView::Point(int32_t code, Point3 fallback) const {
-  return Point3{Real(code, fallback.x), Real(code + 10, fallback.y), Real(code + 20, fallback.z)};
+engine::Point3 GroupView::Point(int32_t code, engine::Point3 fallback) const {
+  return engine::Point3{Real(code, fallback.x), Real(code + 10, fallback.y), Real(code + 20, fallback.z)};
 }
 
 GroupView GroupView::Part(std::string_view marker) const {

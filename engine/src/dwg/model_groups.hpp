@@ -23,7 +23,7 @@ class GroupView {
   int64_t Int(int32_t code, int64_t fallback = 0) const;
   std::string_view Text(int32_t code, std::string_view fallback = {}) const;
   // A point from `code`, code + 10 and code + 20.
-  Point3 Point(int32_t code, Point3 fallback = {}) const;
+  engine::Point3 Point(int32_t code, engine::Point3 fallback = {}) const;
   // The groups after subclass marker `marker` (100), up to the next marker;
   // empty when there is no such marker.
   GroupView Part(std::string_view marker) const;

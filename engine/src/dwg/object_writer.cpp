@@ -1,10 +1,21 @@
 #include "dwg/object_writer.hpp"
 
 #include <cstdio>
+#include <cstring>
 
 #include "dwg/checksum.hpp"
 
 namespace vantrove::engine::dwg {
+
+void AppendLe(std::string& out, uint64_t value, size_t bytes) {
+  for (size_t i = 0; i < bytes; ++i) out.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+}
+
+void AppendReal(std::string& out, double value) {
+  uint64_t bits = 0;
+  std::memcpy(&bits, &value, sizeof bits);
+  AppendLe(out, bits, 8);
+}
 
 std::string EscapedText(std::string_view utf8) {
   std::string out;

@@ -53,6 +53,11 @@ class ObjectWriter {
   bool isEntity_ = false;
 };
 
+// Little-endian values appended to a byte string (extended data and
+// XRECORD items are byte runs inside the bit stream).
+void AppendLe(std::string& out, uint64_t value, size_t bytes);
+void AppendReal(std::string& out, double value);
+
 // UTF-8 text in the 8-bit form of code page ANSI_1252 (the one the
 // encoder writes): ASCII and Latin-1 letters as bytes, everything else as
 // \U+XXXX.

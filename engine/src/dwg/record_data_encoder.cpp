@@ -17,16 +17,6 @@ double Radians(double degrees) { return degrees * std::numbers::pi / 180.0; }
 
 dwg::Point3 P3(const engine::Point3& p) { return {p.x, p.y, p.z}; }
 
-void PutLe(std::string& out, uint64_t v, size_t bytes) {
-  for (size_t i = 0; i < bytes; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
-
-void PutReal(std::string& out, double v) {
-  uint64_t bits = 0;
-  std::memcpy(&bits, &v, sizeof bits);
-  PutLe(out, bits, 8);
-}
-
 bool IsPointCode(int32_t code) {
   return (code >= 10 && code <= 17) || (code >= 110 && code <= 112) || code == 210 || (code >= 1010 && code <= 1013);
 }
@@ -41,13 +31,13 @@ uint8_t HexDigit(char c) {
 // One XRECORD item: its code, then the value in the form its code carries.
 void AppendXrecordItem(GroupSpan groups, size_t& i, std::string& out) {
   const Group& g = groups[i];
-  PutLe(out, static_cast<uint16_t>(g.code), 2);
+  AppendLe(out, static_cast<uint16_t>(g.code), 2);
   if (IsPointCode(g.code)) {
     double c[3] = {g.AsDouble(), 0, 0};
     for (int axis = 1; axis < 3 && i + 1 < groups.size() && groups[i + 1].code == g.code + 10 * axis; ++axis) {
       c[axis] = groups[++i].AsDouble();
     }
-    for (double v : c) PutReal(out, v);
+    for (double v : c) AppendReal(out, v);
     return;
   }
   const GroupType type = g.code >= 280 && g.code <= 289 ? GroupType::kBool : GroupTypeOf(g.code);
@@ -55,7 +45,7 @@ void AppendXrecordItem(GroupSpan groups, size_t& i, std::string& out) {
     case GroupType::kString: {
       std::string text = EscapedText(g.value());
       if (text.size() > 0xFFFF) text.resize(0xFFFF);
-      PutLe(out, text.size(), 2);
+      AppendLe(out, text.size(), 2);
       out.push_back(30);  // ANSI_1252
       out += text;
       return;
@@ -67,12 +57,12 @@ void AppendXrecordItem(GroupSpan groups, size_t& i, std::string& out) {
       for (size_t k = 0; k < n; ++k) out.push_back(static_cast<char>(HexDigit(hex[2 * k]) << 4 | HexDigit(hex[2 * k + 1])));
       return;
     }
-    case GroupType::kDouble: PutReal(out, g.AsDouble()); return;
-    case GroupType::kHandle: PutLe(out, ParseHandle(g.value()).value_or(0), 8); return;
-    case GroupType::kBool: PutLe(out, static_cast<uint64_t>(g.AsInt()), 1); return;
-    case GroupType::kInt16: PutLe(out, static_cast<uint64_t>(g.AsInt()), 2); return;
-    case GroupType::kInt32: PutLe(out, static_cast<uint64_t>(g.AsInt()), 4); return;
-    case GroupType::kInt64: PutLe(out, static_cast<uint64_t>(g.AsInt()), 8); return;
+    case GroupType::kDouble: AppendReal(out, g.AsDouble()); return;
+    case GroupType::kHandle: AppendLe(out, ParseHandle(g.value()).value_or(0), 8); return;
+    case GroupType::kBool: AppendLe(out, static_cast<uint64_t>(g.AsInt()), 1); return;
+    case GroupType::kInt16: AppendLe(out, static_cast<uint64_t>(g.AsInt()), 2); return;
+    case GroupType::kInt32: AppendLe(out, static_cast<uint64_t>(g.AsInt()), 4); return;
+    case GroupType::kInt64: AppendLe(out, static_cast<uint64_t>(g.AsInt()), 8); return;
   }
 }
 
