@@ -31,12 +31,6 @@ std::string EntryKey(std::string_view table, std::string_view name) {
   return key;
 }
 
-std::string Lower(std::string_view s) {
-  std::string out(s);
-  for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return out;
-}
-
 // Control object type of each table, in the order the header lists them.
 struct ControlKind {
   std::string_view table;
@@ -80,10 +74,24 @@ class ModelEncoder {
  private:
   GroupView G(const Object& o) const { return GroupView(SourceGroups(doc_, o)); }
   uint64_t NewHandle() { return next_++; }
-  void Emit(uint64_t handle, ObjectWriter& w) { objects_.push_back({handle, {}, w.Finish()}); }
+  void Emit(uint64_t handle, ObjectWriter& w) {
+    const size_t at = stored_.size();
+    w.FinishInto(stored_);
+    placed_.push_back({handle, at, stored_.size() - at});
+  }
   uint64_t Named(std::string_view table, std::string_view name) const {
     auto it = names_.find(EntryKey(table, name));
     return it == names_.end() ? 0 : it->second;
+  }
+  // The same for names held by the drawing (their text stays where it is):
+  // remembered by the view, as most entities repeat a few names.
+  uint64_t NamedCached(std::string_view table, std::string_view name) {
+    auto& cache = cached_[table];
+    auto it = cache.find(name);
+    if (it != cache.end()) return it->second;
+    const uint64_t h = Named(table, name);
+    cache.emplace(name, h);
+    return h;
   }
   uint16_t ClassNumber(std::string_view dxf) const {
     for (size_t i = 0; i < classes_.size(); ++i) {
@@ -116,11 +124,24 @@ class ModelEncoder {
   const Document& doc_;
   std::map<std::string, size_t, std::less<>>& dropped_;
   uint64_t next_;
-  std::vector<EncodedObject> objects_;
+  // Every object's stored form, one after the other, and where each lies.
+  std::string stored_;
+  struct Placed {
+    uint64_t handle;
+    size_t at, size;
+  };
+  std::vector<Placed> placed_;
   std::vector<ClassDef> classes_;
   std::unordered_map<std::string, uint64_t> names_;  // "TABLE:lower-case name" -> handle
   std::unordered_map<std::string_view, uint64_t> controls_;
+  std::unordered_map<std::string_view, std::unordered_map<std::string_view, uint64_t>> cached_;
   std::unordered_set<uint64_t> written_;
+  // The vertices and closing SEQEND of each POLYLINE, by its handle.
+  struct Followers {
+    std::vector<const Entity*> owned;
+    const Entity* seqend = nullptr;
+  };
+  std::unordered_map<uint64_t, Followers> followers_;
   // Block records for blocks that came without one (DXF R12).
   std::vector<std::unique_ptr<BlockRecord>> madeRecords_;
   uint64_t root_ = 0;
@@ -188,7 +209,7 @@ void ModelEncoder::Plan() {
     const Object& o = *object;
     if (o.erased) continue;
     if (o.is_entity()) {
-      if (EntityTypeNumber(static_cast<const Entity&>(o), [&](std::string_view n) { return ClassNumber(n); }) != 0)
+      if (EntityTypeNumber(static_cast<const Entity&>(o), G(o), [&](std::string_view n) { return ClassNumber(n); }) != 0)
         written_.insert(o.handle);
     } else if (o.section == Section::kObjects && WrittenObjectType(o.type_name)) {
       written_.insert(o.handle);
@@ -275,8 +296,20 @@ void ModelEncoder::WriteTables() {
 void ModelEncoder::WriteBlock(const BlockRecord& record, const Block& block) {
   const uint16_t mode = &block == doc_.model_space() ? 2 : &block == doc_.paper_space() ? 1 : 0;
   std::vector<const Entity*> chain;
+  const Entity* polyline = nullptr;  // the POLYLINE whose vertices follow
   for (const Entity* e : block.entities) {
-    if (e->erased || e->kind() == ObjectKind::kAttrib || e->kind() == ObjectKind::kSeqEnd) continue;
+    if (e->erased || e->kind() == ObjectKind::kAttrib) continue;
+    if (e->type_name == "VERTEX" || e->kind() == ObjectKind::kSeqEnd) {
+      if (polyline == nullptr) continue;
+      if (e->kind() == ObjectKind::kSeqEnd) {
+        followers_[polyline->handle].seqend = e;
+        polyline = nullptr;
+      } else if (written_.count(e->handle) != 0) {
+        followers_[polyline->handle].owned.push_back(e);
+      }
+      continue;
+    }
+    if (e->type_name == "POLYLINE") polyline = e;
     if (written_.count(e->handle) == 0) {
       ++dropped_[std::string(e->type_name)];
       continue;
@@ -339,32 +372,39 @@ void ModelEncoder::WriteBlock(const BlockRecord& record, const Block& block) {
 
 void ModelEncoder::WriteEntity(const Entity& e, EntityCommon common, EncoderLinks links) {
   const GroupView g = G(e);
-  const uint16_t type = EntityTypeNumber(e, [&](std::string_view n) { return ClassNumber(n); });
-  common.layer = Named("LAYER", e.layer.empty() ? "0" : e.layer);
+  const uint16_t type = EntityTypeNumber(e, g, [&](std::string_view n) { return ClassNumber(n); });
+  common.layer = NamedCached("LAYER", e.layer.empty() ? "0" : e.layer);
   common.color = static_cast<int16_t>(g.Int(62, 256));
   common.linetypeScale = g.Real(48, 1.0);
   common.invisible = g.Int(60, 0) != 0;
   common.lineweight = LineweightIndex(g.Int(370, -1));
-  const std::string linetype = Lower(g.Text(6, "bylayer"));
-  if (linetype == "byblock") {
-    common.linetypeFlags = 1;
-  } else if (linetype != "bylayer") {
-    common.linetype = Named("LTYPE", linetype);
-    common.linetypeFlags = common.linetype != 0 ? 3 : 0;
+  if (const Group* linetype = g.Find(6)) {
+    const uint64_t h = NamedCached("LTYPE", linetype->value());
+    if (h != 0 && h == NamedCached("LTYPE", "ByBlock")) {
+      common.linetypeFlags = 1;
+    } else if (h != 0 && h != NamedCached("LTYPE", "ByLayer")) {
+      common.linetype = h;
+      common.linetypeFlags = 3;
+    }
   }
-  links.style = [&](std::string_view name) { return Named("STYLE", name.empty() ? "Standard" : name); };
-  links.blockRecord = [&](std::string_view name) { return Named("BLOCK_RECORD", name); };
+  links.style = [&](std::string_view name) { return NamedCached("STYLE", name.empty() ? "Standard" : name); };
+  links.blockRecord = [&](std::string_view name) { return NamedCached("BLOCK_RECORD", name); };
   std::vector<const Entity*> subs;
+  const Object* seqend = nullptr;
   if (e.kind() == ObjectKind::kInsert) {
     const auto& in = static_cast<const Insert&>(e);
     for (const Attrib* a : in.attribs) {
       if (!a->erased && written_.count(a->handle) != 0) subs.push_back(a);
     }
-    if (!subs.empty()) {
-      links.firstAttrib = subs.front()->handle;
-      links.lastAttrib = subs.back()->handle;
-      links.seqend = in.seqend != nullptr && !in.seqend->erased ? in.seqend->handle : NewHandle();
-    }
+    seqend = in.seqend;
+  } else if (auto it = followers_.find(e.handle); it != followers_.end()) {
+    subs = it->second.owned;
+    seqend = it->second.seqend;
+  }
+  if (!subs.empty()) {
+    links.firstOwned = subs.front()->handle;
+    links.lastOwned = subs.back()->handle;
+    links.seqend = seqend != nullptr && !seqend->erased ? seqend->handle : NewHandle();
   } else if (e.kind() == ObjectKind::kImage) {
     const auto& image = static_cast<const Image&>(e);
     links.imageDef = written_.count(image.image_def) != 0 ? image.image_def : 0;
@@ -389,9 +429,8 @@ void ModelEncoder::WriteEntity(const Entity& e, EntityCommon common, EncoderLink
   }
   owned.prev = owned.next = 0;
   owned.layer = common.layer;
-  const auto& in = static_cast<const Insert&>(e);
-  if (in.seqend != nullptr && !in.seqend->erased && in.seqend->is_entity()) {
-    WriteEntity(static_cast<const Entity&>(*in.seqend), owned, {});
+  if (seqend != nullptr && !seqend->erased && seqend->is_entity()) {
+    WriteEntity(static_cast<const Entity&>(*seqend), owned, {});
   } else {
     ObjectWriter end(kTypeSeqend, links.seqend);
     end.BeginEntity(owned, {}, 0);
@@ -520,21 +559,25 @@ std::string ModelEncoder::FilePrefix() const {
 }
 
 bool ModelEncoder::Run(std::string& out, std::string& error) {
+  placed_.reserve(doc_.all_objects().size() + 64);
+  stored_.reserve(doc_.all_objects().size() * 64);
   Plan();
   WriteTables();
   WriteObjects();
-  std::sort(objects_.begin(), objects_.end(),
-            [](const EncodedObject& a, const EncodedObject& b) { return a.handle < b.handle; });
-  for (size_t i = 1; i < objects_.size(); ++i) {
-    if (objects_[i].handle == objects_[i - 1].handle) {
-      error = "two objects have handle " + FormatHandle(objects_[i].handle);
+  std::sort(placed_.begin(), placed_.end(), [](const Placed& a, const Placed& b) { return a.handle < b.handle; });
+  std::vector<EncodedObject> objects(placed_.size());
+  for (size_t i = 0; i < placed_.size(); ++i) {
+    if (i > 0 && placed_[i].handle == placed_[i - 1].handle) {
+      error = "two objects have handle " + FormatHandle(placed_[i].handle);
       return false;
     }
+    objects[i].handle = placed_[i].handle;
+    objects[i].bytes = std::string_view(stored_).substr(placed_[i].at, placed_[i].size);
   }
   R2000Parts parts;
   const std::string prefix = FilePrefix();
   parts.prefix = prefix;
-  return AssembleR2000(parts, objects_, out, error);
+  return AssembleR2000(parts, objects, out, error);
 }
 
 }  // namespace

@@ -88,8 +88,8 @@ void WriteInsert(ObjectWriter& w, const Insert& in, const GroupView& g, const En
   }
   w.Ref(5, links.blockRecord(in.block_name));
   if (attribs) {
-    w.Ref(4, links.firstAttrib);
-    w.Ref(4, links.lastAttrib);
+    w.Ref(4, links.firstOwned);
+    w.Ref(4, links.lastOwned);
     w.Ref(3, links.seqend);
   }
 }
@@ -253,6 +253,51 @@ void WriteField(ObjectWriter& w, const types::Field& f, const GroupView& g) {
   }
 }
 
+// POLYLINE (2D and 3D; meshes are not encoded) and VERTEX: their DWG
+// type by the DXF flags.
+uint16_t PolylineType(const GroupView& g, bool vertex) {
+  const int64_t flags = g.Int(70, 0);
+  if (vertex) return (flags & (64 | 128)) != 0 ? 0 : (flags & 32) != 0 ? 0x0B : 0x0A;
+  return (flags & (16 | 64)) != 0 ? 0 : (flags & 8) != 0 ? 0x10 : 0x0F;
+}
+
+void WritePolyline(ObjectWriter& w, const GroupView& g, const EncoderLinks& links) {
+  BitWriter& d = w.data();
+  const int64_t flags = g.Int(70, 0);
+  if (PolylineType(g, false) == 0x0F) {
+    d.BS(static_cast<uint16_t>(flags));
+    d.BS(static_cast<uint16_t>(g.Int(75, 0)));
+    d.BD(g.Real(40, 0));
+    d.BD(g.Real(41, 0));
+    d.BT(g.Real(39, 0), true);
+    d.BD(g.Real(30, 0));
+    d.BE(P3(g.Point(210, {0, 0, 1})), true);
+  } else {
+    d.RC(static_cast<uint8_t>(g.Int(75, 0)));
+    d.RC(static_cast<uint8_t>(flags & 1));
+  }
+  w.Ref(4, links.firstOwned);
+  w.Ref(4, links.lastOwned);
+  w.Ref(3, links.seqend);
+}
+
+void WriteVertex(ObjectWriter& w, const GroupView& g) {
+  BitWriter& d = w.data();
+  d.RC(static_cast<uint8_t>(g.Int(70, 0)));
+  d.BD3(P3(g.Point(10)));
+  if (PolylineType(g, true) != 0x0A) return;
+  // Equal non-zero widths are stored once, as a negative start width.
+  const double start = g.Real(40, 0), end = g.Real(41, 0);
+  if (start == end && start != 0.0) {
+    d.BD(-std::fabs(start));
+  } else {
+    d.BD(start);
+    d.BD(end);
+  }
+  d.BD(g.Real(42, 0));
+  d.BD(Radians(g.Real(50, 0)));
+}
+
 bool IsGeneric(const Entity& e, const types::TypeDesc*& desc) {
   desc = types::FindType(e.type_name);
   return desc != nullptr && desc->entity && desc->dwg_type != 0 && (desc->generic_dwg || desc->dwg_type == kTypeLine);
@@ -260,7 +305,8 @@ bool IsGeneric(const Entity& e, const types::TypeDesc*& desc) {
 
 }  // namespace
 
-uint16_t EntityTypeNumber(const Entity& e, const std::function<uint16_t(std::string_view)>& classNumber) {
+uint16_t EntityTypeNumber(const Entity& e, const GroupView& g,
+                          const std::function<uint16_t(std::string_view)>& classNumber) {
   switch (e.kind()) {
     case ObjectKind::kText: return kTypeText;
     case ObjectKind::kAttrib: return kTypeAttrib;
@@ -274,6 +320,7 @@ uint16_t EntityTypeNumber(const Entity& e, const std::function<uint16_t(std::str
     default: break;
   }
   if (e.type_name == "LWPOLYLINE") return kTypeLwPolyline;
+  if (e.type_name == "POLYLINE" || e.type_name == "VERTEX") return PolylineType(g, e.type_name == "VERTEX");
   const types::TypeDesc* desc = nullptr;
   return IsGeneric(e, desc) ? desc->dwg_type : 0;
 }
@@ -309,6 +356,15 @@ bool EncodeEntityData(ObjectWriter& w, const Entity& e, const GroupView& g, cons
   }
   if (e.type_name == "LWPOLYLINE") {
     WriteLwPolyline(w, g);
+    return true;
+  }
+  if (e.type_name == "POLYLINE" || e.type_name == "VERTEX") {
+    if (PolylineType(g, e.type_name == "VERTEX") == 0) return false;
+    if (e.type_name == "POLYLINE") {
+      WritePolyline(w, g, links);
+    } else {
+      WriteVertex(w, g);
+    }
     return true;
   }
   const types::TypeDesc* desc = nullptr;

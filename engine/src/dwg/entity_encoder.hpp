@@ -18,14 +18,16 @@ namespace vantrove::engine::dwg {
 struct EncoderLinks {
   std::function<uint64_t(std::string_view)> style;        // STYLE by name
   std::function<uint64_t(std::string_view)> blockRecord;  // BLOCK_RECORD by name
-  uint64_t firstAttrib = 0, lastAttrib = 0, seqend = 0;   // of the INSERT being encoded
+  // The ATTRIBs of an INSERT, the vertices of a POLYLINE, and its SEQEND.
+  uint64_t firstOwned = 0, lastOwned = 0, seqend = 0;
   uint64_t imageDef = 0, imageDefReactor = 0;             // of the IMAGE being encoded
   std::string_view blockName;                             // of the BLOCK being encoded: its record's
 };
 
 // The DWG type number an entity of DXF type `type` is written with (0:
 // not written). Class-numbered types (IMAGE) ask `classNumber`.
-uint16_t EntityTypeNumber(const Entity& e, const std::function<uint16_t(std::string_view)>& classNumber);
+uint16_t EntityTypeNumber(const Entity& e, const GroupView& g,
+                          const std::function<uint16_t(std::string_view)>& classNumber);
 
 // Writes the type data and the type's own handles. False when the type is
 // not encoded.

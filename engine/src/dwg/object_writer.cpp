@@ -86,20 +86,26 @@ void ObjectWriter::Text(std::string_view utf8) {
   data_.TV(bytes, !bytes.empty());
 }
 
-std::vector<uint8_t> ObjectWriter::Finish() {
+void ObjectWriter::FinishInto(std::string& out) {
   const size_t dataBits = data_.position();
   data_.PatchRL(sizeAt_, static_cast<uint32_t>(dataBits));
   data_.Append(handles_);
   data_.AlignByte();
   const std::vector<uint8_t>& body = data_.bytes();
-  BitWriter head;
-  head.MS(static_cast<uint32_t>(body.size()));
-  std::vector<uint8_t> out = head.Take();
-  out.insert(out.end(), body.begin(), body.end());
-  const uint16_t crc = Crc16(0xC0C1, out.data(), out.size());
-  out.push_back(static_cast<uint8_t>(crc & 0xFF));
-  out.push_back(static_cast<uint8_t>(crc >> 8));
-  return out;
+  const size_t start = out.size();
+  // The size as a modular short: 15 bits per 16-bit word, low first.
+  size_t size = body.size();
+  do {
+    uint16_t word = static_cast<uint16_t>(size & 0x7FFF);
+    size >>= 15;
+    if (size != 0) word |= 0x8000;
+    out.push_back(static_cast<char>(word & 0xFF));
+    out.push_back(static_cast<char>(word >> 8));
+  } while (size != 0);
+  out.append(reinterpret_cast<const char*>(body.data()), body.size());
+  const uint16_t crc = Crc16(0xC0C1, reinterpret_cast<const uint8_t*>(out.data()) + start, out.size() - start);
+  out.push_back(static_cast<char>(crc & 0xFF));
+  out.push_back(static_cast<char>(crc >> 8));
 }
 
 }  // namespace vantrove::engine::dwg

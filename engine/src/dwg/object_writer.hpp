@@ -41,8 +41,8 @@ class ObjectWriter {
   // Text of a drawing before 2007: characters outside ASCII as \U+XXXX.
   void Text(std::string_view utf8);
 
-  // The stored form: size, data and handles, check value.
-  std::vector<uint8_t> Finish();
+  // Appends the stored form to `out`: size, data and handles, check value.
+  void FinishInto(std::string& out);
 
  private:
   void EntityHandles();
