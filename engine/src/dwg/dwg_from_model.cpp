@@ -75,9 +75,15 @@ class ModelEncoder {
   GroupView G(const Object& o) const { return GroupView(SourceGroups(doc_, o)); }
   uint64_t NewHandle() { return next_++; }
   void Emit(uint64_t handle, ObjectWriter& w) {
-    const size_t at = stored_.size();
-    w.FinishInto(stored_);
-    placed_.push_back({handle, at, stored_.size() - at});
+    // Chunks of bounded size: growing the store never copies what it holds.
+    if (stored_.empty() || stored_.back().size() > kChunk - 4096) {
+      stored_.emplace_back();
+      stored_.back().reserve(kChunk);
+    }
+    std::string& chunk = stored_.back();
+    const size_t at = chunk.size();
+    w.FinishInto(chunk);
+    placed_.push_back({handle, stored_.size() - 1, at, chunk.size() - at});
   }
   uint64_t Named(std::string_view table, std::string_view name) const {
     auto it = names_.find(EntryKey(table, name));
@@ -125,10 +131,12 @@ class ModelEncoder {
   std::map<std::string, size_t, std::less<>>& dropped_;
   uint64_t next_;
   // Every object's stored form, one after the other, and where each lies.
-  std::string stored_;
+  static constexpr size_t kChunk = size_t{8} << 20;
+  std::vector<std::string> stored_;
+  WriterBuffers buffers_;
   struct Placed {
     uint64_t handle;
-    size_t at, size;
+    size_t chunk, at, size;
   };
   std::vector<Placed> placed_;
   std::vector<ClassDef> classes_;
@@ -250,7 +258,7 @@ void ModelEncoder::WriteTables() {
         entries.push_back(record->handle);
       }
     }
-    ObjectWriter w(kind.type, controls_[kind.table]);
+    ObjectWriter w(kind.type, controls_[kind.table], nullptr, &buffers_);
     w.BeginObject(0, {}, 0);
     w.data().BL(static_cast<uint32_t>(entries.size()));
     for (uint64_t h : entries) w.Ref(2, h);
@@ -269,7 +277,7 @@ void ModelEncoder::WriteTables() {
       }
       const uint16_t type = kind.type + 1;
       const BitWriter eed = Eed(*record);
-      ObjectWriter e(type, record->handle, &eed);
+      ObjectWriter e(type, record->handle, &eed, &buffers_);
       e.BeginObject(controls_[kind.table], Reactors(*record), XDictionary(*record));
       if (record->kind() == ObjectKind::kLayer) {
         const auto* layer = static_cast<const Layer*>(record);
@@ -319,7 +327,7 @@ void ModelEncoder::WriteBlock(const BlockRecord& record, const Block& block) {
   const uint64_t endblk = block.end != nullptr ? block.end->handle : NewHandle();
   const bool xref = block.is_xref() || block.is_overlay();
   const BitWriter eed = Eed(record);
-  ObjectWriter w(kTypeBlockHeader, record.handle, &eed);
+  ObjectWriter w(kTypeBlockHeader, record.handle, &eed, &buffers_);
   w.BeginObject(controls_["BLOCK_RECORD"], Reactors(record), XDictionary(record));
   WriteEntryStart(w, record.name, block.flags);
   BitWriter& d = w.data();
@@ -363,7 +371,7 @@ void ModelEncoder::WriteBlock(const BlockRecord& record, const Block& block) {
   if (block.end != nullptr && block.end->is_entity()) {
     WriteEntity(static_cast<const Entity&>(*block.end), owned, {});
   } else {
-    ObjectWriter end(kTypeEndblk, endblk);
+    ObjectWriter end(kTypeEndblk, endblk, nullptr, &buffers_);
     owned.layer = Named("LAYER", "0");
     end.BeginEntity(owned, {}, 0);
     Emit(endblk, end);
@@ -411,7 +419,7 @@ void ModelEncoder::WriteEntity(const Entity& e, EntityCommon common, EncoderLink
     links.imageDefReactor = written_.count(image.image_def_reactor) != 0 ? image.image_def_reactor : 0;
   }
   const BitWriter eed = Eed(e);
-  ObjectWriter w(type, e.handle, &eed);
+  ObjectWriter w(type, e.handle, &eed, &buffers_);
   w.BeginEntity(common, Reactors(e), XDictionary(e));
   if (!EncodeEntityData(w, e, g, links)) {
     ++dropped_[std::string(e.type_name)];
@@ -432,7 +440,7 @@ void ModelEncoder::WriteEntity(const Entity& e, EntityCommon common, EncoderLink
   if (seqend != nullptr && !seqend->erased && seqend->is_entity()) {
     WriteEntity(static_cast<const Entity&>(*seqend), owned, {});
   } else {
-    ObjectWriter end(kTypeSeqend, links.seqend);
+    ObjectWriter end(kTypeSeqend, links.seqend, nullptr, &buffers_);
     end.BeginEntity(owned, {}, 0);
     Emit(links.seqend, end);
   }
@@ -458,7 +466,7 @@ void ModelEncoder::WriteObjects() {
       number = ClassNumber(type);
     }
     const BitWriter eed = Eed(*o);
-    ObjectWriter w(number, o->handle, &eed);
+    ObjectWriter w(number, o->handle, &eed, &buffers_);
     w.BeginObject(o == rootDict_ ? 0 : o->owner, Reactors(*o), XDictionary(*o));
     if (o->kind() == ObjectKind::kDictionary) {
       WriteDictionary(w, static_cast<const Dictionary&>(*o), g, written_);
@@ -560,19 +568,13 @@ std::string ModelEncoder::FilePrefix() const {
 
 bool ModelEncoder::Run(std::string& out, std::string& error) {
   placed_.reserve(doc_.all_objects().size() + 64);
-  stored_.reserve(doc_.all_objects().size() * 64);
   Plan();
   WriteTables();
   WriteObjects();
-  std::sort(placed_.begin(), placed_.end(), [](const Placed& a, const Placed& b) { return a.handle < b.handle; });
   std::vector<EncodedObject> objects(placed_.size());
   for (size_t i = 0; i < placed_.size(); ++i) {
-    if (i > 0 && placed_[i].handle == placed_[i - 1].handle) {
-      error = "two objects have handle " + FormatHandle(placed_[i].handle);
-      return false;
-    }
     objects[i].handle = placed_[i].handle;
-    objects[i].bytes = std::string_view(stored_).substr(placed_[i].at, placed_[i].size);
+    objects[i].bytes = std::string_view(stored_[placed_[i].chunk]).substr(placed_[i].at, placed_[i].size);
   }
   R2000Parts parts;
   const std::string prefix = FilePrefix();

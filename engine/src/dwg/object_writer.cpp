@@ -43,7 +43,10 @@ std::string EscapedText(std::string_view utf8) {
   return out;
 }
 
-ObjectWriter::ObjectWriter(uint16_t type, uint64_t handle, const BitWriter* extendedData) {
+ObjectWriter::ObjectWriter(uint16_t type, uint64_t handle, const BitWriter* extendedData, WriterBuffers* reuse)
+    : data_(reuse != nullptr ? reuse->data : own_.data), handles_(reuse != nullptr ? reuse->handles : own_.handles) {
+  data_.Clear();
+  handles_.Clear();
   data_.BS(type);
   sizeAt_ = data_.position();
   data_.RL(0);

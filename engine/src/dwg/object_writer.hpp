@@ -26,10 +26,20 @@ struct EntityCommon {
   uint64_t prev = 0, next = 0;  // the entity chain of the owning block
 };
 
+// Bit buffers one object at a time can reuse, so that writing many
+// objects does not allocate for each.
+struct WriterBuffers {
+  BitWriter data, handles;
+};
+
 class ObjectWriter {
  public:
-  // `extendedData`: the blocks of extended data, or nullptr.
-  ObjectWriter(uint16_t type, uint64_t handle, const BitWriter* extendedData = nullptr);
+  // `extendedData`: the blocks of extended data, or nullptr. `reuse`:
+  // buffers to write into (no other ObjectWriter may use them meanwhile).
+  ObjectWriter(uint16_t type, uint64_t handle, const BitWriter* extendedData = nullptr,
+               WriterBuffers* reuse = nullptr);
+  ObjectWriter(const ObjectWriter&) = delete;
+  ObjectWriter& operator=(const ObjectWriter&) = delete;
 
   // The common part of a non-entity object / of an entity.
   void BeginObject(uint64_t owner, const std::vector<uint64_t>& reactors, uint64_t xdictionary);
@@ -46,8 +56,9 @@ class ObjectWriter {
 
  private:
   void EntityHandles();
-  BitWriter data_;
-  BitWriter handles_;
+  WriterBuffers own_;
+  BitWriter& data_;
+  BitWriter& handles_;
   size_t sizeAt_ = 0;
   EntityCommon entity_;
   bool isEntity_ = false;
