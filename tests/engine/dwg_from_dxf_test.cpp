@@ -126,9 +126,10 @@ TEST(DwgFromDxf, WhatCannotBeEncodedIsNamedInTheStatus) {
   std::string bytes;
   const Status written = WriteDwgToString(doc, kVersion2000, bytes);
   ASSERT_EQ(written.code, StatusCode::kWrittenWithLosses);
-  // The sample's materials and multi-line styles have no encoder yet.
+  // The sample's materials and multileader styles have no DWG 2000 form.
   EXPECT_NE(written.message.find("MATERIAL (3)"), std::string::npos) << written.message;
-  EXPECT_NE(written.message.find("MLINESTYLE (1)"), std::string::npos) << written.message;
+  EXPECT_NE(written.message.find("MLEADERSTYLE (1)"), std::string::npos) << written.message;
+  EXPECT_EQ(written.message.find("LAYER"), std::string::npos) << written.message;
   // What is written is whole: the file reads back.
   Document back;
   EXPECT_TRUE(ReadDwgBuffer(std::vector<uint8_t>(bytes.begin(), bytes.end()), "written.dwg", back).ok());

@@ -36,6 +36,7 @@ struct ControlKind {
   std::string_view table;
   uint16_t type;
 };
+constexpr uint16_t kTypeLtypeControl = 0x38;
 constexpr ControlKind kControls[] = {{"BLOCK_RECORD", 0x30}, {"LAYER", 0x32}, {"STYLE", 0x34},
                                      {"LTYPE", 0x38},        {"VIEW", 0x3C},  {"UCS", 0x3E},
                                      {"VPORT", 0x40},        {"APPID", 0x42}, {"DIMSTYLE", 0x44},
@@ -53,11 +54,14 @@ const ClassDef kBuiltinClasses[] = {
     {"IMAGEDEF", "AcDbRasterImageDef", "ISM", 0, false, false},
     {"IMAGEDEF_REACTOR", "AcDbRasterImageDefReactor", "ISM", 1, false, false},
     {"ACDBPLACEHOLDER", "AcDbPlaceHolder", "ObjectDBX Classes", 0, false, false},
+    {"DICTIONARYVAR", "AcDbDictionaryVar", "ObjectDBX Classes", 0, false, false},
+    {"RASTERVARIABLES", "AcDbRasterVariables", "ISM", 0, false, false},
 };
 
 bool WrittenObjectType(std::string_view type) {
   return type == "DICTIONARY" || type == "ACDBDICTIONARYWDFLT" || type == "LAYOUT" || type == "IMAGEDEF" ||
-         type == "IMAGEDEF_REACTOR" || type == "ACDBPLACEHOLDER" || type == "XRECORD";
+         type == "IMAGEDEF_REACTOR" || type == "ACDBPLACEHOLDER" || type == "XRECORD" || type == "DICTIONARYVAR" ||
+         type == "RASTERVARIABLES" || type == "GROUP" || type == "MLINESTYLE";
 }
 
 bool WrittenEntryType(std::string_view type) {
@@ -124,6 +128,8 @@ class ModelEncoder {
   void WriteEntity(const Entity& e, EntityCommon common, EncoderLinks links);
   void WriteObjects();
   uint64_t HeaderHandle(std::string_view name) const;
+  // The written MLINESTYLE named `name` in the ACAD_MLINESTYLE dictionary.
+  uint64_t MlineStyle(std::string_view name) const;
   std::string ClassesSection() const;
   std::string FilePrefix() const;
 
@@ -152,6 +158,9 @@ class ModelEncoder {
   std::unordered_map<uint64_t, Followers> followers_;
   // Block records for blocks that came without one (DXF R12).
   std::vector<std::unique_ptr<BlockRecord>> madeRecords_;
+  // Line types added because the drawing lacks them: handle and name.
+  std::vector<std::pair<uint64_t, std::string_view>> madeLtypes_;
+  uint64_t modelSpace_ = 0, paperSpace_ = 0;  // their block records
   uint64_t root_ = 0;
   const Dictionary* rootDict_ = nullptr;
 };
@@ -200,18 +209,35 @@ void ModelEncoder::Plan() {
       if (WrittenEntryType(record->type_name)) written_.insert(record->handle);
     }
   }
+  // Blocks whose record the BLOCK_RECORD table does not list (a DXF R12
+  // file has no such table) get one.
+  std::unordered_set<const Object*> listed;
+  for (const Table& t : doc_.tables) {
+    if (t.name == "BLOCK_RECORD") listed.insert(t.records.begin(), t.records.end());
+  }
   for (Block* block : doc_.blocks) {
-    if (block->erased || block->record != nullptr) continue;
+    if (block->erased || (block->record != nullptr && listed.count(block->record) != 0)) continue;
     auto record = std::make_unique<BlockRecord>();
     record->name = block == doc_.model_space()   ? "*Model_Space"
                    : block == doc_.paper_space() ? "*Paper_Space"
                                                  : block->name;
-    record->handle = NewHandle();
+    const bool ownHandle = block->record != nullptr && block->record->handle != kNoHandle &&
+                           written_.count(block->record->handle) == 0;
+    record->handle = ownHandle ? block->record->handle : NewHandle();
+    if (block->record != nullptr) record->layout = block->record->layout;
     record->block = block;
     record->type_name = "BLOCK_RECORD";
     names_.emplace(EntryKey("BLOCK_RECORD", record->name), record->handle);
     written_.insert(record->handle);
     madeRecords_.push_back(std::move(record));
+  }
+  // The line types every drawing has.
+  for (std::string_view name : {"ByBlock", "ByLayer", "Continuous"}) {
+    if (Named("LTYPE", name) != 0) continue;
+    const uint64_t h = NewHandle();
+    names_.emplace(EntryKey("LTYPE", name), h);
+    written_.insert(h);
+    madeLtypes_.push_back({h, name});
   }
   for (const auto& object : doc_.all_objects()) {
     const Object& o = *object;
@@ -241,7 +267,6 @@ void ModelEncoder::WriteTables() {
     if (kind.type == kTypeBlockControl) {
       for (const auto& made : madeRecords_) records.push_back(made.get());
     }
-    uint64_t modelSpace = 0, paperSpace = 0;
     for (const Object* record : records) {
       if (record->erased) continue;
       if (written_.count(record->handle) == 0) {
@@ -251,22 +276,42 @@ void ModelEncoder::WriteTables() {
       const Block* block = record->kind() == ObjectKind::kBlockRecord ? static_cast<const BlockRecord*>(record)->block
                                                                       : nullptr;
       if (block != nullptr && block == doc_.model_space()) {
-        modelSpace = record->handle;
+        modelSpace_ = record->handle;
       } else if (block != nullptr && block == doc_.paper_space()) {
-        paperSpace = record->handle;
-      } else {
+        paperSpace_ = record->handle;
+      } else if (kind.type != kTypeLtypeControl || (record->handle != Named("LTYPE", "ByLayer") &&
+                                                    record->handle != Named("LTYPE", "ByBlock"))) {
         entries.push_back(record->handle);
+      }
+    }
+    if (kind.type == kTypeLtypeControl) {
+      for (const auto& [handle, name] : madeLtypes_) {
+        if (name == "Continuous") entries.push_back(handle);
       }
     }
     ObjectWriter w(kind.type, controls_[kind.table], nullptr, &buffers_);
     w.BeginObject(0, {}, 0);
     w.data().BL(static_cast<uint32_t>(entries.size()));
     for (uint64_t h : entries) w.Ref(2, h);
+    // The block table ends with the two layout blocks, the line type table
+    // with the line types that stand for "by layer" and "by block".
     if (kind.type == kTypeBlockControl) {
-      w.Ref(3, modelSpace);
-      w.Ref(3, paperSpace);
+      w.Ref(3, modelSpace_);
+      w.Ref(3, paperSpace_);
+    } else if (kind.type == kTypeLtypeControl) {
+      w.Ref(3, Named("LTYPE", "ByLayer"));
+      w.Ref(3, Named("LTYPE", "ByBlock"));
     }
     Emit(controls_[kind.table], w);
+    if (kind.type == kTypeLtypeControl) {
+      for (const auto& [handle, name] : madeLtypes_) {
+        const Group named[] = {{2, name}};
+        ObjectWriter e(kind.type + 1, handle, nullptr, &buffers_);
+        e.BeginObject(controls_[kind.table], {}, 0);
+        WriteLtype(e, GroupView(GroupSpan(named, 1)));
+        Emit(handle, e);
+      }
+    }
     for (const Object* record : records) {
       if (record->erased || written_.count(record->handle) == 0) continue;
       const GroupView g = G(*record);
@@ -462,6 +507,10 @@ void ModelEncoder::WriteObjects() {
       number = kTypeLayout;
     } else if (type == "XRECORD") {
       number = kTypeXrecord;
+    } else if (type == "GROUP") {
+      number = 0x48;
+    } else if (type == "MLINESTYLE") {
+      number = 0x49;
     } else {
       number = ClassNumber(type);
     }
@@ -476,6 +525,14 @@ void ModelEncoder::WriteObjects() {
       WriteLayout(w, layout, g, record);
     } else if (type == "XRECORD") {
       WriteXrecord(w, g);
+    } else if (type == "DICTIONARYVAR") {
+      WriteDictionaryVar(w, g);
+    } else if (type == "RASTERVARIABLES") {
+      WriteRasterVariables(w, g);
+    } else if (type == "GROUP") {
+      WriteGroup(w, g, written_);
+    } else if (type == "MLINESTYLE") {
+      WriteMlineStyle(w, g);
     } else if (type == "IMAGEDEF") {
       WriteImageDef(w, g);
     } else if (type == "IMAGEDEF_REACTOR") {
@@ -504,14 +561,26 @@ uint64_t ModelEncoder::HeaderHandle(std::string_view name) const {
     return text.empty() ? fallback : text;
   };
   if (name == "NAMED_OBJECTS") return root_;
+  if (name == "CMLSTYLE") return dictionaryEntry("ACAD_MLINESTYLE") != 0 ? MlineStyle(var("CMLSTYLE", "Standard")) : 0;
   if (name.starts_with("ACAD_")) return dictionaryEntry(name);
   if (name == "CLAYER") return Named("LAYER", var("CLAYER", "0"));
   if (name == "DIMSTYLE") return Named("DIMSTYLE", var("DIMSTYLE", "Standard"));
   if (name == "TEXTSTYLE" || name == "DIMTXSTY") return Named("STYLE", var(name, "Standard"));
   if (name == "CELTYPE") return Named("LTYPE", var("CELTYPE", "ByLayer"));
-  if (name == "MODEL_SPACE") return Named("BLOCK_RECORD", "*Model_Space");
-  if (name == "PAPER_SPACE") return Named("BLOCK_RECORD", "*Paper_Space");
+  if (name == "MODEL_SPACE") return modelSpace_;
+  if (name == "PAPER_SPACE") return paperSpace_;
   if (name == "BYLAYER" || name == "BYBLOCK" || name == "CONTINUOUS") return Named("LTYPE", name);
+  return 0;
+}
+
+uint64_t ModelEncoder::MlineStyle(std::string_view name) const {
+  if (rootDict_ == nullptr) return 0;
+  for (const Object* o : doc_.objects_section) {
+    if (o->kind() != ObjectKind::kDictionary || o->handle != rootDict_->Find("ACAD_MLINESTYLE")) continue;
+    for (const Dictionary::Entry& e : static_cast<const Dictionary*>(o)->entries) {
+      if (EntryKey("", e.name) == EntryKey("", name) && written_.count(e.handle) != 0) return e.handle;
+    }
+  }
   return 0;
 }
 

@@ -83,6 +83,63 @@ void WriteXrecord(ObjectWriter& w, const GroupView& g) {
   w.data().BS(static_cast<uint16_t>(cloning));
 }
 
+void WriteDictionaryVar(ObjectWriter& w, const GroupView& g) {
+  w.data().RC(static_cast<uint8_t>(g.Int(280, 0)));
+  w.Text(g.Text(1));
+}
+
+void WriteRasterVariables(ObjectWriter& w, const GroupView& g) {
+  BitWriter& d = w.data();
+  d.BL(static_cast<uint32_t>(g.Int(90, 0)));
+  d.BS(static_cast<uint16_t>(g.Int(70, 0)));
+  d.BS(static_cast<uint16_t>(g.Int(71, 1)));
+  d.BS(static_cast<uint16_t>(g.Int(72, 0)));
+}
+
+void WriteGroup(ObjectWriter& w, const GroupView& g, const std::unordered_set<uint64_t>& written) {
+  std::vector<uint64_t> members;
+  for (const Group& group : g.Part("AcDbGroup").all()) {
+    if (group.code != 340) continue;
+    const uint64_t h = ParseHandle(group.value()).value_or(0);
+    if (written.count(h) != 0) members.push_back(h);
+  }
+  BitWriter& d = w.data();
+  w.Text(g.Text(300));
+  d.BS(static_cast<uint16_t>(g.Int(70, 0)));
+  d.BS(static_cast<uint16_t>(g.Int(71, 1)));
+  d.BL(static_cast<uint32_t>(members.size()));
+  for (uint64_t h : members) w.Ref(5, h);
+}
+
+void WriteMlineStyle(ObjectWriter& w, const GroupView& g) {
+  BitWriter& d = w.data();
+  w.Text(g.Text(2));
+  w.Text(g.Text(3));
+  d.BS(static_cast<uint16_t>(g.Int(70, 0)));
+  d.BS(static_cast<uint16_t>(g.Int(62, 256)));
+  d.BD(Radians(g.Real(51, 90)));
+  d.BD(Radians(g.Real(52, 90)));
+  // The elements: each 49 group opens one, with its colour and line type.
+  struct Element {
+    double offset = 0;
+    int64_t color = 256;
+    uint16_t linetype = 0x7FFF;  // by layer
+  };
+  std::vector<Element> elements;
+  for (const Group& group : g.all()) {
+    if (group.code == 49) elements.push_back({group.AsDouble()});
+    if (elements.empty()) continue;
+    if (group.code == 62) elements.back().color = group.AsInt(256);
+    if (group.code == 6 && group.value() == "BYBLOCK") elements.back().linetype = 0x7FFE;
+  }
+  d.RC(static_cast<uint8_t>(elements.size()));
+  for (const Element& e : elements) {
+    d.BD(e.offset);
+    d.BS(static_cast<uint16_t>(e.color));
+    d.BS(e.linetype);
+  }
+}
+
 uint8_t LineweightIndex(int64_t weight) {
   static const int32_t kWeights[] = {0,  5,  9,  13, 15, 18,  20,  25,  30,  35,  40,  50,
                                      53, 60, 70, 80, 90, 100, 106, 120, 140, 158, 200, 211};

@@ -31,6 +31,13 @@ void WriteImageDef(ObjectWriter& w, const GroupView& g);
 // XRECORD: its items as (code, value) pairs in bytes, then the cloning flag.
 void WriteXrecord(ObjectWriter& w, const GroupView& g);
 
+void WriteDictionaryVar(ObjectWriter& w, const GroupView& g);
+void WriteRasterVariables(ObjectWriter& w, const GroupView& g);
+// GROUP: its members that are written.
+void WriteGroup(ObjectWriter& w, const GroupView& g, const std::unordered_set<uint64_t>& written);
+// MLINESTYLE: element line types other than by block are written by layer.
+void WriteMlineStyle(ObjectWriter& w, const GroupView& g);
+
 // Line weight (hundredths of a millimetre, -1 by layer, -2 by block, -3
 // default) as the index the format stores.
 uint8_t LineweightIndex(int64_t weight);
