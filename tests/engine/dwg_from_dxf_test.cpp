@@ -16,6 +16,7 @@
 
 #include "dwg/bit_reader.hpp"
 #include "dwg/header_vars_r2000.hpp"
+#include "dwg/model_groups.hpp"
 #include "dwg/table_records_r2000.hpp"
 #include "test_support.hpp"
 #include "vantrove/engine/component.hpp"
@@ -133,6 +134,48 @@ TEST(DwgFromDxf, WhatCannotBeEncodedIsNamedInTheStatus) {
   // What is written is whole: the file reads back.
   Document back;
   EXPECT_TRUE(ReadDwgBuffer(std::vector<uint8_t>(bytes.begin(), bytes.end()), "written.dwg", back).ok());
+}
+
+TEST(DwgFromDxf, ExtendedDataIsWrittenUnderItsApplication) {
+  const fs::path source = kShared / "corpus" / "dxf" / "ezdxf_images.dxf";
+  if (!fs::exists(source)) GTEST_SKIP() << "corpus drawing absent: " << source;
+  Document doc;
+  ASSERT_TRUE(ReadDxfFile(source.string(), doc).ok());
+  std::string bytes;
+  const Status written = WriteDwgToString(doc, kVersion2000, bytes);
+  ASSERT_TRUE(written.ok() || written.code == StatusCode::kWrittenWithLosses) << written.message;
+  Document back;
+  ASSERT_TRUE(ReadDwgBuffer(std::vector<uint8_t>(bytes.begin(), bytes.end()), "written.dwg", back).ok());
+  size_t checked = 0;
+  for (const auto& object : doc.all_objects()) {
+    // The first application named in the source's extended data of a
+    // record that was written.
+    std::string_view app;
+    for (const Group& g : dwg::SourceGroups(doc, *object)) {
+      if (g.code == 1001) {
+        app = g.value();
+        break;
+      }
+    }
+    const Object* copy = back.Find(object->handle);
+    if (app.empty() || copy == nullptr || DwgSourceOf(*copy) == nullptr) continue;
+    // The stored object: size, type, bit size, handle, then the blocks.
+    const std::string_view stored = DwgSourceOf(*copy)->bits;
+    dwg::BitReader r(reinterpret_cast<const uint8_t*>(stored.data()), stored.size());
+    r.MS();
+    r.BS();
+    r.RL();
+    r.H();
+    const uint16_t size = r.BS();
+    const uint64_t appHandle = r.H().value;
+    SCOPED_TRACE(std::string(object->type_name) + " " + FormatHandle(object->handle));
+    EXPECT_GT(size, 0u);
+    const Object* application = back.Find(appHandle);
+    ASSERT_NE(application, nullptr);
+    EXPECT_EQ(application->type_name, "APPID");
+    ++checked;
+  }
+  EXPECT_GT(checked, 0u);
 }
 
 // Layers with their feature counts as GDAL's CAD driver lists them.
