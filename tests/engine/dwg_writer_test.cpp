@@ -494,16 +494,21 @@ TEST(DwgWriterVersions, VersionsNotWrittenYetSayWhichAndLeaveTheTargetAlone) {
   EXPECT_EQ(LastStatus().substr(0, 5), "1405:");  // a 2000 drawing is not converted to R14 yet
   EXPECT_EQ(FileBytes(out), "old content");
 
-  // A drawing read from DXF is not written as DWG yet.
+  // A drawing read from DXF has no DWG version of its own; as 2000 it is
+  // written, with what could not be encoded named.
   DrawingComponent dxf;
   dxf.OpenDrawing(opened, (kCorpus / "dxf" / "ldwg_example_2000.dxf").string(), "");
   if (opened == 1) {
-    dxf.SaveAs(out.string(), kVersion2000);
     std::string status;
+    dxf.SaveAs(out.string(), kVersionKeep);
     dxf.LastStatus(status);
     EXPECT_EQ(status.substr(0, 5), "1405:");
     EXPECT_NE(status.find("read from DXF"), std::string::npos) << status;
     EXPECT_EQ(FileBytes(out), "old content");
+    dxf.SaveAs(out.string(), kVersion2000);
+    dxf.LastStatus(status);
+    EXPECT_EQ(status.substr(0, 5), "1002:") << status;
+    EXPECT_EQ(FileBytes(out).substr(0, 6), "AC1015");
   }
 }
 

@@ -25,17 +25,26 @@ void BitWriter::Bits(uint64_t value, unsigned count) {
   if (count < 64) value &= (uint64_t{1} << count) - 1;
   const size_t need = (pos_ + count + 7) / 8;
   if (buf_.size() < need) buf_.resize(need, 0);
-  unsigned left = count;
-  while (left > 0) {
-    const size_t byte = pos_ >> 3;
-    const unsigned used = static_cast<unsigned>(pos_ & 7);
+  size_t byte = pos_ >> 3;
+  const unsigned used = static_cast<unsigned>(pos_ & 7);
+  pos_ += count;
+  // The rest of a partly written byte first, then whole bytes, then the
+  // leading bits of the last byte (the bytes past the position are zero).
+  if (used != 0) {
     const unsigned room = 8 - used;
-    const unsigned take = left < room ? left : room;
-    const auto chunk = static_cast<uint8_t>((value >> (left - take)) & ((1u << take) - 1));
-    buf_[byte] = static_cast<uint8_t>(buf_[byte] | (chunk << (room - take)));
-    pos_ += take;
-    left -= take;
+    if (count <= room) {
+      buf_[byte] = static_cast<uint8_t>(buf_[byte] | (value << (room - count)));
+      return;
+    }
+    count -= room;
+    buf_[byte] = static_cast<uint8_t>(buf_[byte] | (value >> count));
+    ++byte;
   }
+  while (count >= 8) {
+    count -= 8;
+    buf_[byte++] = static_cast<uint8_t>(value >> count);
+  }
+  if (count > 0) buf_[byte] = static_cast<uint8_t>(value << (8 - count));
 }
 
 void BitWriter::B3(uint8_t v) {
@@ -45,39 +54,27 @@ void BitWriter::B3(uint8_t v) {
   if (ones < 3) B(false);
 }
 
-void BitWriter::RS(uint16_t v) {
-  RC(static_cast<uint8_t>(v & 0xFF));
-  RC(static_cast<uint8_t>(v >> 8));
-}
+// Raw values are little-endian: the low byte comes first in the stream.
+void BitWriter::RS(uint16_t v) { Bits(__builtin_bswap16(v), 16); }
 
-void BitWriter::RSBigEndian(uint16_t v) {
-  RC(static_cast<uint8_t>(v >> 8));
-  RC(static_cast<uint8_t>(v & 0xFF));
-}
+void BitWriter::RSBigEndian(uint16_t v) { Bits(v, 16); }
 
-void BitWriter::RL(uint32_t v) {
-  RS(static_cast<uint16_t>(v & 0xFFFF));
-  RS(static_cast<uint16_t>(v >> 16));
-}
+void BitWriter::RL(uint32_t v) { Bits(__builtin_bswap32(v), 32); }
 
-void BitWriter::RLL(uint64_t v) {
-  RL(static_cast<uint32_t>(v & 0xFFFFFFFFu));
-  RL(static_cast<uint32_t>(v >> 32));
-}
+void BitWriter::RLL(uint64_t v) { Bits(__builtin_bswap64(v), 64); }
 
 void BitWriter::RD(double v) { RLL(DoubleBits(v)); }
 
+// The two-bit code and the value in one write where they fit.
 void BitWriter::BS(uint16_t v) {
   if (v == 0) {
     BB(2);
   } else if (v == 256) {
     BB(3);
   } else if (v < 256) {
-    BB(1);
-    RC(static_cast<uint8_t>(v));
+    Bits(0x100u | v, 10);
   } else {
-    BB(0);
-    RS(v);
+    Bits(__builtin_bswap16(v), 18);  // code 0, then the short
   }
 }
 
@@ -85,11 +82,9 @@ void BitWriter::BL(uint32_t v) {
   if (v == 0) {
     BB(2);
   } else if (v < 256) {
-    BB(1);
-    RC(static_cast<uint8_t>(v));
+    Bits(0x100u | v, 10);
   } else {
-    BB(0);
-    RL(v);
+    Bits(__builtin_bswap32(v), 34);  // code 0, then the long
   }
 }
 
@@ -249,7 +244,14 @@ void BitWriter::Bytes(const uint8_t* data, size_t size) {
     pos_ += size * 8;
     return;
   }
-  for (size_t i = 0; i < size; ++i) RC(data[i]);
+  // Seven bytes per step: one bit-level write for 56 bits.
+  size_t i = 0;
+  for (; i + 7 <= size; i += 7) {
+    uint64_t v = 0;
+    for (size_t k = 0; k < 7; ++k) v = (v << 8) | data[i + k];
+    Bits(v, 56);
+  }
+  for (; i < size; ++i) RC(data[i]);
 }
 
 void BitWriter::Append(const BitWriter& other) { AppendBits(other.buf_.data(), 0, other.pos_); }
@@ -264,10 +266,16 @@ void BitWriter::AppendBits(const uint8_t* data, size_t from, size_t count) {
     count -= whole * 8;
   }
   while (count > 0) {
-    const unsigned take = count >= 8 ? 8 : static_cast<unsigned>(count);
-    uint64_t v = 0;
-    for (unsigned i = 0; i < take; ++i, ++at) v = (v << 1) | ((data[at >> 3] >> (7 - (at & 7))) & 1u);
-    Bits(v, take);
+    // Up to 56 bits per step: the source bytes that hold them, shifted into place.
+    const unsigned take = count >= 56 ? 56 : static_cast<unsigned>(count);
+    const unsigned skip = static_cast<unsigned>(at & 7);
+    const size_t first = at >> 3;
+    const size_t last = (at + take - 1) >> 3;
+    uint64_t window = 0;
+    for (size_t b = first; b <= last; ++b) window = (window << 8) | data[b];
+    const unsigned windowBits = static_cast<unsigned>((last - first + 1) * 8);
+    Bits(window >> (windowBits - skip - take), take);
+    at += take;
     count -= take;
   }
 }
@@ -277,18 +285,20 @@ void BitWriter::AlignByte() {
 }
 
 void BitWriter::PatchRL(size_t at, uint32_t v) {
-  for (int i = 0; i < 32; ++i) {
-    const size_t bit = at + static_cast<size_t>(i);
-    // RL is four bytes little-endian, each byte most significant bit first.
-    const int byteIndex = i / 8;
-    const int bitInByte = i % 8;
-    const bool one = ((v >> (byteIndex * 8 + (7 - bitInByte))) & 1u) != 0;
-    const auto mask = static_cast<uint8_t>(0x80u >> (bit & 7));
-    if (one) {
-      buf_[bit >> 3] = static_cast<uint8_t>(buf_[bit >> 3] | mask);
-    } else {
-      buf_[bit >> 3] = static_cast<uint8_t>(buf_[bit >> 3] & ~mask);
+  // RL is four bytes little-endian, each byte most significant bit first:
+  // each byte lands in the tail of one stored byte and the head of the next.
+  const unsigned shift = static_cast<unsigned>(at & 7);
+  for (size_t i = 0; i < 4; ++i) {
+    const auto b = static_cast<uint8_t>(v >> (8 * i));
+    const size_t byte = (at >> 3) + i;
+    if (shift == 0) {
+      buf_[byte] = b;
+      continue;
     }
+    const auto keepHead = static_cast<uint8_t>(0xFF << (8 - shift));
+    buf_[byte] = static_cast<uint8_t>((buf_[byte] & keepHead) | (b >> shift));
+    const auto keepTail = static_cast<uint8_t>(0xFF >> shift);
+    buf_[byte + 1] = static_cast<uint8_t>((buf_[byte + 1] & keepTail) | (b << (8 - shift)));
   }
 }
 

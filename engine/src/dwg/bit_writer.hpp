@@ -22,6 +22,11 @@ class BitWriter {
   size_t position() const { return pos_; }
   // The bytes written; the last byte is padded with zero bits.
   const std::vector<uint8_t>& bytes() const { return buf_; }
+  // Starts over, keeping the memory for the next value.
+  void Clear() {
+    buf_.clear();
+    pos_ = 0;
+  }
   std::vector<uint8_t> Take() {
     pos_ = 0;
     return std::move(buf_);

@@ -1,8 +1,10 @@
 #include "vantrove/engine/dwg_writer.hpp"
 
+#include <map>
 #include <new>
 
 #include "dwg/container.hpp"
+#include "dwg/dwg_from_model.hpp"
 #include "dwg/object_encoder.hpp"
 #include "dwg/writer_r2000.hpp"
 #include "vantrove/engine/component.hpp"
@@ -78,12 +80,33 @@ std::string TargetVersion(const Document& doc, int32_t code, Status& status) {
   }
 }
 
+// A drawing of another format or version, encoded from the model.
+Status WriteConverted(const Document& document, std::string& out) {
+  std::map<std::string, size_t, std::less<>> dropped;
+  std::string error;
+  try {
+    if (!dwg::EncodeModelR2000(document, out, dropped, error)) {
+      return Status::Error(StatusCode::kCannotWriteFile, "The drawing cannot be written as DWG: " + error);
+    }
+  } catch (const std::bad_alloc&) {
+    return Status::Error(StatusCode::kFileTooLarge, "Not enough memory to write the drawing as DWG");
+  }
+  if (dropped.empty()) return Status::Ok();
+  std::string list;
+  for (const auto& [type, count] : dropped) list += (list.empty() ? "" : ", ") + type + " (" + std::to_string(count) + ")";
+  return Status::Error(StatusCode::kWrittenWithLosses,
+                       "Written as DWG 2000 without the records it cannot encode yet: " + list);
+}
+
 }  // namespace
 
 Status WriteDwgToString(const Document& document, int32_t version, std::string& out) {
   Status status;
   const std::string target = TargetVersion(document, version, status);
   if (target.empty()) return status;
+  if ((document.format != DrawingFormat::kDwg || document.version != target) && target == "AC1015") {
+    return WriteConverted(document, out);
+  }
   if (document.format != DrawingFormat::kDwg || document.version != target) {
     const std::string from = document.format == DrawingFormat::kDwg ? "DWG " + document.version : "DXF";
     return Status::Error(StatusCode::kDwgWriteNotSupported,

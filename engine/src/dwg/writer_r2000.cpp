@@ -1,5 +1,6 @@
 #include "dwg/writer_r2000.hpp"
 
+#include <algorithm>
 #include <cstring>
 
 #include "dwg/bit_reader.hpp"
@@ -184,6 +185,14 @@ bool AssembleR2000(const R2000Parts& parts, const std::vector<EncodedObject>& ob
   for (const EncodedObject& o : objects) {
     offsets.emplace_back(o.handle, out.size());
     out.append(o.view());
+  }
+  // The map lists the objects by handle, wherever they lie in the file.
+  std::sort(offsets.begin(), offsets.end());
+  for (size_t i = 1; i < offsets.size(); ++i) {
+    if (offsets[i].first == offsets[i - 1].first) {
+      error = "two objects have handle " + std::to_string(offsets[i].first);
+      return false;
+    }
   }
   const std::string map = EncodeObjectMap(offsets);
   loc[2] = {static_cast<uint32_t>(out.size()), static_cast<uint32_t>(map.size())};

@@ -37,8 +37,9 @@ constexpr size_t kMapChunkLimit = 2032;
 // closed by an empty chunk.
 std::string EncodeObjectMap(const std::vector<std::pair<uint64_t, uint64_t>>& offsets);
 
-// Writes the whole file to `out`. Objects must be sorted by handle.
-// Returns false with `error` when the parts are unusable.
+// Writes the whole file to `out`, the objects in the order given (the
+// object map lists them by handle). Returns false with `error` when the
+// parts are unusable or two objects have the same handle.
 bool AssembleR2000(const R2000Parts& parts, const std::vector<EncodedObject>& objects, std::string& out,
                    std::string& error);
 
