@@ -2,7 +2,7 @@
 
 namespace vantrove::engine::dwg {
 
-GroupSpan SourceGroups(const Document& /*doc*/, const Object& object) { return object.groups; }
+GroupSpan SourceGroups(const Document& doc, const Object& object) { return doc.Groups(object); }
 
 const Group* GroupView::Find(int32_t code) const {
   int depth = 0;
