@@ -483,8 +483,10 @@ TEST(DwgWriterVersions, VersionsNotWrittenYetSayWhichAndLeaveTheTargetAlone) {
   ASSERT_EQ(opened, 1);
   const fs::path out = dir / "kept.dwg";
   { std::ofstream(out) << "old content"; }
-  component.SaveAs(out.string(), kVersion2018);
-  EXPECT_EQ(LastStatus(), "1405:Writing DWG 2018 files is not supported yet (DWG 2000 is written): " + out.string());
+  component.SaveAs(out.string(), kVersion2007);
+  EXPECT_EQ(LastStatus(),
+            "1405:Writing DWG 2007 files is not supported yet (DWG 2018, 2013, 2010, 2004 and 2000 are written): " +
+                out.string());
   component.SaveAs(out.string(), kVersionR12);
   EXPECT_EQ(LastStatus(), "1405:Writing DWG R12 files is not supported yet; save the drawing as DXF R12 instead: " +
                           out.string());

@@ -4,7 +4,9 @@
 
 #include "dwg/container.hpp"
 #include "dwg/object_encoder.hpp"
+#include "dwg/r2004_parts.hpp"
 #include "dwg/writer_r2000.hpp"
+#include "dwg/writer_r2004.hpp"
 #include "vantrove/engine/component.hpp"
 #include "vantrove/engine/replacing_file.hpp"
 
@@ -40,7 +42,9 @@ std::string TargetVersion(const Document& doc, int32_t code, Status& status) {
   switch (code) {
     case kVersionKeep:
       if (doc.format == DrawingFormat::kDwg &&
-          (doc.version == "AC1015" || doc.version == "AC1014" || doc.version == "AC1012")) {
+          (doc.version == "AC1015" || doc.version == "AC1014" || doc.version == "AC1012" ||
+           doc.version == "AC1018" || doc.version == "AC1024" || doc.version == "AC1027" ||
+           doc.version == "AC1032")) {
         return doc.version;
       }
       if (doc.format != DrawingFormat::kDwg) {
@@ -50,7 +54,7 @@ std::string TargetVersion(const Document& doc, int32_t code, Status& status) {
       } else {
         status = Status::Error(StatusCode::kDwgWriteNotSupported,
                                "Writing DWG files of the drawing's own version (" + doc.version +
-                                   ") is not supported yet (DWG 2000, R14 and R13 are written)");
+                                   ") is not supported yet (DWG 2018, 2013, 2010, 2004, 2000, R14 and R13 are written)");
       }
       return {};
     case kVersion2000: return "AC1015";
@@ -62,13 +66,14 @@ std::string TargetVersion(const Document& doc, int32_t code, Status& status) {
                              "Writing DWG " + VersionLabel(code) +
                                  " files is not supported yet; save the drawing as DXF R12 instead");
       return {};
-    case kVersion2018:
-    case kVersion2013:
-    case kVersion2010:
+    case kVersion2018: return "AC1032";
+    case kVersion2013: return "AC1027";
+    case kVersion2010: return "AC1024";
+    case kVersion2004: return "AC1018";
     case kVersion2007:
-    case kVersion2004:
       status = Status::Error(StatusCode::kDwgWriteNotSupported,
-                             "Writing DWG " + VersionLabel(code) + " files is not supported yet (DWG 2000 is written)");
+                             "Writing DWG " + VersionLabel(code) +
+                                 " files is not supported yet (DWG 2018, 2013, 2010, 2004 and 2000 are written)");
       return {};
     default:
       status = Status::Error(StatusCode::kUnknownVersion,
@@ -76,6 +81,42 @@ std::string TargetVersion(const Document& doc, int32_t code, Status& status) {
                                  " (use 2018, 2013, 2010, 2007, 2004, 2000, 14, 12, or -1 for the drawing's own version)");
       return {};
   }
+}
+
+// A drawing read from a 2004-family file, in its own version.
+Status WriteR2004Family(const Document& document, std::string& out) {
+  dwg::R2004Parts parts;
+  parts.head = SourcePart(document, dwg::kR2004Head);
+  parts.sectionMap = SourcePart(document, dwg::kR2004SectionMap);
+  parts.pages = SourcePart(document, dwg::kR2004Pages);
+  parts.objectsPrefix = SourcePart(document, dwg::kR2004ObjectsPrefix);
+  if (parts.head.empty() || parts.sectionMap.empty()) {
+    return Status::Error(StatusCode::kDwgWriteNotSupported,
+                         "The drawing's file sections were not kept when it was read; it cannot be written as DWG "
+                         "yet");
+  }
+  std::vector<dwg::EncodedObject> objects;
+  std::string error;
+  if (!dwg::CopyObjectsSameVersion(document, objects, error)) {
+    return Status::Error(StatusCode::kDwgWriteNotSupported,
+                         "Writing changes to a DWG " + document.version +
+                             " drawing is not supported yet (" + error + "); save it as DXF instead");
+  }
+
+  try {
+    if (!dwg::AssembleR2004(parts, objects, out, error)) {
+      return Status::Error(StatusCode::kCannotWriteFile, "The drawing cannot be written as DWG: " + error);
+    }
+  } catch (const std::bad_alloc&) {
+    return Status::Error(StatusCode::kFileTooLarge, "Not enough memory to write the drawing as DWG");
+  }
+  const std::string_view lost = SourcePart(document, dwg::kR2004Lost);
+  if (!lost.empty()) {
+    return Status::Error(StatusCode::kWrittenWithLosses, "Written, but " + std::string(lost) +
+                                                             " objects that could not be read from the source "
+                                                             "file were left out");
+  }
+  return Status::Ok();
 }
 
 }  // namespace
@@ -93,6 +134,7 @@ Status WriteDwgToString(const Document& document, int32_t version, std::string& 
   }
   dwg::Version v;
   dwg::ParseVersionId(target, v);
+  if (v >= dwg::Version::kR2004) return WriteR2004Family(document, out);
   dwg::R2000Parts parts;
   parts.prefix = SourcePart(document, "PREFIX");
   parts.objFreeSpace = SourcePart(document, "OBJFREESPACE");

@@ -19,11 +19,7 @@ struct Item {
   const DwgSource* source = nullptr;
 };
 
-bool Edited(const Item& item) {
-  const GroupSpan now = item.object->groups;
-  const GroupSpan read = item.source->groups_as_read;
-  return now.data() != read.data() || now.size() != read.size();
-}
+bool Edited(const Item& item) { return EditedSinceRead(*item.object, *item.source); }
 
 // What an entity is chained under: its block reference (attributes) or its
 // block.
@@ -561,6 +557,12 @@ bool Encoder::Run(std::vector<EncodedObject>& out, EncodeReport& report, std::st
 }
 
 }  // namespace
+
+bool EditedSinceRead(const Object& object, const DwgSource& source) {
+  const GroupSpan now = object.groups;
+  const GroupSpan read = source.groups_as_read;
+  return now.data() != read.data() || now.size() != read.size();
+}
 
 bool EncodeObjectsSameVersion(const Document& doc, Version version, std::vector<EncodedObject>& out,
                               EncodeReport& report, std::string& error) {

@@ -13,6 +13,7 @@
 #include "dwg/container.hpp"
 #include "dwg/writer_r2000.hpp"
 #include "vantrove/engine/document.hpp"
+#include "vantrove/engine/dwg_reader.hpp"
 
 namespace vantrove::engine::dwg {
 
@@ -28,5 +29,13 @@ struct EncodeReport {
 // form cannot be taken apart for a change it needs.
 bool EncodeObjectsSameVersion(const Document& doc, Version version, std::vector<EncodedObject>& out,
                               EncodeReport& report, std::string& error);
+
+// Whether `object` changed since it was read: an edit stores a new DXF form.
+bool EditedSinceRead(const Object& object, const DwgSource& source);
+
+// 2004 and later, whose objects cannot be rebuilt yet: every object copied
+// as stored, sorted by handle. False with `error` naming the first object
+// that was edited or deleted, so that no change is silently lost.
+bool CopyObjectsSameVersion(const Document& doc, std::vector<EncodedObject>& out, std::string& error);
 
 }  // namespace vantrove::engine::dwg
