@@ -208,28 +208,79 @@ TEST(DwgWriter2004, DamagedAndTruncatedCopiesFailCleanly) {
   }
 }
 
-TEST(DwgWriter2004, EditsAreRefusedByNameAndLeaveTheTargetAlone) {
-  const fs::path path = kCorpus / "dwg" / "ldwg_example_2004.dwg";
-  if (!fs::exists(path)) GTEST_SKIP() << "corpus drawing absent: " << path;
-  DrawingComponent component;
-  testing::TempDir dir;
-  int32_t opened = 0;
-  component.OpenDrawing(opened, path.string(), "");
-  ASSERT_EQ(opened, 1);
-  const fs::path out = dir / "kept.dwg";
+class DwgWriter2004Edits : public ::testing::Test {
+ protected:
+  void Open(const char* name) {
+    const fs::path path = kCorpus / "dwg" / name;
+    if (!fs::exists(path)) GTEST_SKIP() << "corpus drawing absent: " << path;
+    int32_t opened = 0;
+    component_.OpenDrawing(opened, path.string(), "");
+    ASSERT_EQ(opened, 1) << LastStatus();
+  }
+  std::string LastStatus() {
+    std::string s;
+    component_.LastStatus(s);
+    return s;
+  }
+  const Object* First(ObjectKind kind) {
+    for (const auto& object : component_.document()->all_objects())
+      if (object->kind() == kind) return object.get();
+    return nullptr;
+  }
+  DrawingComponent component_;
+  testing::TempDir dir_;
+};
+
+TEST_F(DwgWriter2004Edits, TextsAttributesAndLayerStatesSurviveA2004Save) {
+  Open("ldwg_example_2004.dwg");
+  const Object* attrib = First(ObjectKind::kAttrib);
+  const Object* text = First(ObjectKind::kText);
+  const Object* mtext = First(ObjectKind::kMText);
+  ASSERT_TRUE(attrib != nullptr && text != nullptr && mtext != nullptr);
+  component_.SetAttributeValue("Valoro \xC5\x9C\xC4\x89 changed", FormatHandle(attrib->handle));
+  component_.SetTextValue("A longer text value than the one stored before, to move every later bit",
+                          FormatHandle(text->handle));
+  component_.SetTextValue("{\\fArial|b1;Bold} new", FormatHandle(mtext->handle));
+  const std::string layer(component_.document()->layers.back()->name);
+  component_.SetLayerState(layer, 2, 1);
+  component_.SetLayerState(layer, 2, 2);
+  ASSERT_EQ(LastStatus(), "1000:Ok");
+  const fs::path out = dir_ / "edited.dwg";
+  component_.SaveAs(out.string(), kVersionKeep);
+  ASSERT_EQ(LastStatus(), "1000:Ok");
+  Document reread;
+  ASSERT_TRUE(ReadDwgFile(out.string(), reread).ok());
+  EXPECT_EQ(reread.warnings, component_.document()->warnings);
+  EXPECT_EQ(Described(reread), Described(*component_.document()));
+  // Only the edited objects changed.
+  size_t changed = 0;
+  for (const auto& object : reread.all_objects()) {
+    const Object* before = component_.document()->Find(object->handle);
+    if (before != nullptr && DwgSourceOf(*before) && DwgSourceOf(*object) &&
+        DwgSourceOf(*before)->bits != DwgSourceOf(*object)->bits)
+      ++changed;
+  }
+  EXPECT_EQ(changed, 4u);
+}
+
+TEST_F(DwgWriter2004Edits, DeletionsAndLaterVersionsEditsAreRefusedByNameAndLeaveTheTargetAlone) {
+  const fs::path out = dir_ / "kept.dwg";
   { std::ofstream(out) << "old content"; }
-  std::string status;
-  component.SaveAs(out.string(), kVersion2000);  // no conversion between versions yet
-  component.LastStatus(status);
-  EXPECT_EQ(status.substr(0, 5), "1405:");
-  component.SaveAs(out.string(), kVersion2007);
-  component.LastStatus(status);
-  EXPECT_EQ(status.substr(0, 5), "1405:");
-  component.SetLayerState(std::string(component.document()->layers.back()->name), 2, 1);
-  component.SaveAs(out.string(), kVersion2004);
-  component.LastStatus(status);
-  EXPECT_EQ(status.substr(0, 5), "1405:");
-  EXPECT_NE(status.find("edited"), std::string::npos) << status;
+  Open("ldwg_example_2004.dwg");
+  component_.SaveAs(out.string(), kVersion2000);  // no conversion between versions yet
+  EXPECT_EQ(LastStatus().substr(0, 5), "1405:");
+  component_.SaveAs(out.string(), kVersion2007);
+  EXPECT_EQ(LastStatus().substr(0, 5), "1405:");
+  component_.DeleteObject(FormatHandle(First(ObjectKind::kText)->handle));
+  component_.SaveAs(out.string(), kVersion2004);
+  EXPECT_EQ(LastStatus().substr(0, 5), "1405:");
+  EXPECT_NE(LastStatus().find("deleted"), std::string::npos) << LastStatus();
+
+  Open("ldwg_example_2018.dwg");
+  component_.SetLayerState(std::string(component_.document()->layers.back()->name), 2, 1);
+  component_.SaveAs(out.string(), kVersion2018);
+  EXPECT_EQ(LastStatus().substr(0, 5), "1405:");
+  EXPECT_NE(LastStatus().find("edited"), std::string::npos) << LastStatus();
   EXPECT_EQ(testing::ReadBytes(out), "old content");
 }
 

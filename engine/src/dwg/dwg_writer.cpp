@@ -8,6 +8,7 @@
 #include "dwg/writer_r2000.hpp"
 #include "dwg/writer_r2004.hpp"
 #include "vantrove/engine/component.hpp"
+#include "vantrove/engine/dwg_reader.hpp"
 #include "vantrove/engine/replacing_file.hpp"
 
 namespace vantrove::engine {
@@ -83,6 +84,13 @@ std::string TargetVersion(const Document& doc, int32_t code, Status& status) {
   }
 }
 
+Status Unchanged(const dwg::EncodeReport& report) {
+  std::string list;
+  for (const std::string& entry : report.unchanged) list += (list.empty() ? "" : ", ") + entry;
+  return Status::Error(StatusCode::kWrittenWithLosses,
+                       "Written, but edits of these objects could not be carried and they were kept as read: " + list);
+}
+
 // A drawing read from a 2004-family file, in its own version.
 Status WriteR2004Family(const Document& document, std::string& out) {
   dwg::R2004Parts parts;
@@ -97,7 +105,19 @@ Status WriteR2004Family(const Document& document, std::string& out) {
   }
   std::vector<dwg::EncodedObject> objects;
   std::string error;
-  if (!dwg::CopyObjectsSameVersion(document, objects, error)) {
+  dwg::EncodeReport report;
+  // 2004 objects are rebuilt with their edits as 2000 ones are; deletions,
+  // which change block records' entity lists there, and any edit of a later
+  // version are refused.
+  bool erased = false;
+  for (const auto& object : document.all_objects()) erased = erased || (object->erased && DwgSourceOf(*object));
+  dwg::Version version;
+  dwg::ParseVersionId(document.version, version);
+  if (version == dwg::Version::kR2004 && !erased) {
+    if (!dwg::EncodeObjectsSameVersion(document, version, objects, report, error)) {
+      return Status::Error(StatusCode::kCannotWriteFile, "The drawing cannot be written as DWG: " + error);
+    }
+  } else if (!dwg::CopyObjectsSameVersion(document, objects, error)) {
     return Status::Error(StatusCode::kDwgWriteNotSupported,
                          "Writing changes to a DWG " + document.version +
                              " drawing is not supported yet (" + error + "); save it as DXF instead");
@@ -110,6 +130,7 @@ Status WriteR2004Family(const Document& document, std::string& out) {
   } catch (const std::bad_alloc&) {
     return Status::Error(StatusCode::kFileTooLarge, "Not enough memory to write the drawing as DWG");
   }
+  if (!report.unchanged.empty()) return Unchanged(report);
   const std::string_view lost = SourcePart(document, dwg::kR2004Lost);
   if (!lost.empty()) {
     return Status::Error(StatusCode::kWrittenWithLosses, "Written, but " + std::string(lost) +
@@ -156,13 +177,7 @@ Status WriteDwgToString(const Document& document, int32_t version, std::string& 
   } catch (const std::bad_alloc&) {
     return Status::Error(StatusCode::kFileTooLarge, "Not enough memory to write the drawing as DWG");
   }
-  if (!report.unchanged.empty()) {
-    std::string list;
-    for (const std::string& entry : report.unchanged) list += (list.empty() ? "" : ", ") + entry;
-    return Status::Error(StatusCode::kWrittenWithLosses,
-                         "Written, but edits of these objects could not be carried and they were kept as read: " +
-                             list);
-  }
+  if (!report.unchanged.empty()) return Unchanged(report);
   return Status::Ok();
 }
 

@@ -333,8 +333,14 @@ bool Encoder::ReplaceLayerState(ObjectPatch& patch, const Layer& layer) {
     w.B((layer.flags & 2) != 0);
     w.B(layer.locked());
   }
+  // 2004 keeps the colour in its true-colour value; the flags say "off".
+  const size_t flagsEnd = d.position();
   d.BS();
   if (d.failed()) return false;
+  if (version_ >= Version::kR2004) {
+    patch.ReplaceData(from, flagsEnd, w);
+    return true;
+  }
   w.BS(static_cast<uint16_t>(off ? -index : index));
   patch.ReplaceData(from, d.position(), w);
   return true;

@@ -22,6 +22,11 @@ bool ObjectPatch::Parse(std::string_view stored, Version version, bool entity) {
   if (head.failed() || size == 0 || size > stored.size() - dataStart_) return false;
   dataBits_ = size_t{size} * 8;
   const bool r2000 = version >= Version::kR2000;
+  // 2004 drops the entity links and adds the missing-dictionary bit and the
+  // colour with its flags; later versions move strings and handles into
+  // streams of their own, which this does not take apart.
+  const bool r2004 = version == Version::kR2004;
+  if (version > Version::kR2004) return false;
 
   BitReader d(data(), size);
   type_ = d.BS();
@@ -38,7 +43,8 @@ bool ObjectPatch::Parse(std::string_view stored, Version version, bool entity) {
     d.Seek(d.position() + size_t{eed} * 8);
   }
   uint32_t reactors = 0;
-  bool byLayerLineType = true;
+  bool byLayerLineType = true, xdicMissing = false;
+  uint16_t color = 0;
   uint8_t lineTypeFlags = 0, plotStyleFlags = 0;
   uint8_t mode = 0;
   if (entity_) {
@@ -55,9 +61,19 @@ bool ObjectPatch::Parse(std::string_view stored, Version version, bool entity) {
     reactors = d.BL();
     reactorsEnd_ = d.position();
     if (!r2000) byLayerLineType = d.B();
-    noLinksAt_ = d.position();
-    noLinks_ = d.B();
-    d.BS();  // colour
+    if (r2004) {
+      xdicMissing = d.B();
+      noLinks_ = true;  // no links are stored, and none can be
+      color = d.BS();
+      if (color & 0x2000) d.BL();                          // transparency
+      if ((color & 0x8000) && !(color & 0x4000)) d.BL();   // RGB
+      if ((color & 0x4100) == 0x4100) d.TV();              // colour name
+      if ((color & 0x4200) == 0x4200) d.TV();              // book name
+    } else {
+      noLinksAt_ = d.position();
+      noLinks_ = d.B();
+      d.BS();  // colour
+    }
     d.BD();  // line type scale
     if (r2000) {
       lineTypeFlags = d.BB();
@@ -73,6 +89,7 @@ bool ObjectPatch::Parse(std::string_view stored, Version version, bool entity) {
     reactorsAt_ = d.position();
     reactors = d.BL();
     reactorsEnd_ = d.position();
+    if (r2004) xdicMissing = d.B();
   }
   commonEnd_ = d.position();
   if (d.failed() || bitSize < commonEnd_ || bitSize > dataBits_ || reactors > kMaxReactors) return false;
@@ -84,7 +101,8 @@ bool ObjectPatch::Parse(std::string_view stored, Version version, bool entity) {
   if (!entity_ || mode == 0) ref(Ref::kOwner);
   if (!h.CanRead(reactors, 8)) return false;
   for (uint32_t i = 0; i < reactors; ++i) ref(Ref::kReactor);
-  ref(Ref::kXdic);
+  if (!xdicMissing) ref(Ref::kXdic);
+  if (entity_ && (color & 0x4000)) ref(Ref::kColorBook);
   if (entity_) {
     if (!r2000) {
       ref(Ref::kLayer);
@@ -126,7 +144,7 @@ BitReader ObjectPatch::TypedHandles() const {
 }
 
 void ObjectPatch::SetLinks(uint64_t prev, uint64_t next) {
-  if (!entity_ || (prev == prev_ && next == next_)) return;
+  if (!entity_ || version_ >= Version::kR2004 || (prev == prev_ && next == next_)) return;
   prev_ = prev;
   next_ = next;
   linksChanged_ = true;
@@ -189,12 +207,13 @@ std::vector<uint8_t> ObjectPatch::Rebuild() const {
     emit(Ref::kOwner);
     for (uint64_t reactor : reactors_) w.H(4, reactor);
     emit(Ref::kXdic);
+    emit(Ref::kColorBook);
     if (entity_) {
       if (!r2000) {
         emit(Ref::kLayer);
         emit(Ref::kLineType);
       }
-      const bool stored = !noLinks_ || linksChanged_;
+      const bool stored = version_ < Version::kR2004 && (!noLinks_ || linksChanged_);
       if (stored) {
         w.H(4, prev_);
         w.H(4, next_);

@@ -1,5 +1,5 @@
 #pragma once
-// One R13-2000 object taken apart for a change and put back together: its
+// One R13-2004 object taken apart for a change and put back together: its
 // common part is parsed (type, handle, extended data, entity flags, the
 // owner, reactors, extension dictionary, layer, line type and entity links
 // in the handle stream); what follows stays as bits that the rebuild copies,
@@ -59,7 +59,7 @@ class ObjectPatch {
     BitWriter bits;
   };
   struct Ref {
-    enum Kind : uint8_t { kOwner, kReactor, kXdic, kLayer, kLineType, kPrev, kNext, kPlotStyle } kind;
+    enum Kind : uint8_t { kOwner, kReactor, kXdic, kColorBook, kLayer, kLineType, kPrev, kNext, kPlotStyle } kind;
     HandleRef ref;
   };
 
