@@ -8,7 +8,6 @@
 #include "dwg/writer_r2000.hpp"
 #include "dwg/writer_r2004.hpp"
 #include "vantrove/engine/component.hpp"
-#include "vantrove/engine/dwg_reader.hpp"
 #include "vantrove/engine/replacing_file.hpp"
 
 namespace vantrove::engine {
@@ -106,14 +105,11 @@ Status WriteR2004Family(const Document& document, std::string& out) {
   std::vector<dwg::EncodedObject> objects;
   std::string error;
   dwg::EncodeReport report;
-  // 2004 objects are rebuilt with their edits as 2000 ones are; deletions,
-  // which change block records' entity lists there, and any edit of a later
-  // version are refused.
-  bool erased = false;
-  for (const auto& object : document.all_objects()) erased = erased || (object->erased && DwgSourceOf(*object));
+  // 2004 objects are rebuilt with their edits and deletions as 2000 ones
+  // are; any change to a later version's objects is refused.
   dwg::Version version;
   dwg::ParseVersionId(document.version, version);
-  if (version == dwg::Version::kR2004 && !erased) {
+  if (version == dwg::Version::kR2004) {
     if (!dwg::EncodeObjectsSameVersion(document, version, objects, report, error)) {
       return Status::Error(StatusCode::kCannotWriteFile, "The drawing cannot be written as DWG: " + error);
     }

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <map>
+#include <set>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "dwg/object_patch.hpp"
+#include "dwg/owned_lists.hpp"
 #include "dxf/group_writer.hpp"
 #include "vantrove/engine/dwg_reader.hpp"
 
@@ -139,27 +141,7 @@ Encoder::BlockEnds* Encoder::Ends(uint64_t header) {
 Encoder::BlockEnds* Encoder::InsertEnds(uint64_t insert, BlockEnds& ends) {
   ObjectPatch* patch = Patch(insert);
   BitReader d = patch->TypedData();
-  d.BD3();
-  if (r2000()) {
-    switch (d.BB()) {
-      case 0: {
-        const double x = d.RD();
-        d.DD(x);
-        d.DD(x);
-        break;
-      }
-      case 1:
-        d.DD(1.0);
-        d.DD(1.0);
-        break;
-      case 2: d.RD(); break;
-      default: break;
-    }
-  } else {
-    d.BD3();
-  }
-  d.BD();
-  d.BD3();
+  SkipInsertPlacement(d, r2000());
   ends.hasAttribsAt = d.position();
   if (!d.B() || d.failed()) return nullptr;
   BitReader h = patch->TypedHandles();
@@ -204,6 +186,7 @@ void Encoder::WriteBlockEnds() {
 void Encoder::RelinkAroundErased() {
   std::vector<uint64_t> gone(erased_.begin(), erased_.end());
   std::sort(gone.begin(), gone.end());
+  std::set<uint64_t> listOwners;  // 2004 on: block records and references that list their entities
   for (uint64_t handle : gone) {
     const Item& item = items_[handle];
     if (!item.object->is_entity()) continue;
@@ -217,6 +200,10 @@ void Encoder::RelinkAroundErased() {
       owner = static_cast<const Block*>(chain)->record->handle;
     }
     if (owner == 0 || erased_.count(owner) != 0) continue;
+    if (version_ >= Version::kR2004) {
+      listOwners.insert(owner);
+      continue;
+    }
     BlockEnds* ends = Ends(owner);
     ObjectPatch* self = Patch(handle);
     if (ends == nullptr || self == nullptr) continue;
@@ -253,6 +240,7 @@ void Encoder::RelinkAroundErased() {
       ends->changed = true;
     }
   }
+  DropErasedFromOwnedLists(listOwners, erased_, [this](uint64_t h) { return Patch(h); });
   WriteBlockEnds();
 }
 
@@ -511,9 +499,10 @@ bool Encoder::EncodeEdit(const Item& item, ObjectPatch& patch) {
       return record != nullptr && ReplaceXrefPath(*record, block.xref_path);
     }
     case ObjectKind::kInsert: {
-      // Deleted attributes: the chain's ends were moved above.
+      // Deleted attributes: the chain's ends (or, from 2004, the list) were
+      // changed above.
       auto ends = ends_.find(o.handle);
-      return reactorsCleaned || (ends != ends_.end() && ends->second.changed);
+      return reactorsCleaned || patch.changed() || (ends != ends_.end() && ends->second.changed);
     }
     default:
       // Only the reactors are known to change for other types.
