@@ -231,8 +231,10 @@ class DwgWriter2004Edits : public ::testing::Test {
   testing::TempDir dir_;
 };
 
-TEST_F(DwgWriter2004Edits, TextsAttributesAndLayerStatesSurviveA2004Save) {
-  Open("ldwg_example_2004.dwg");
+class DwgWriter2004EachVersion : public DwgWriter2004Edits, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(DwgWriter2004EachVersion, TextsAttributesAndLayerStatesSurviveTheSave) {
+  Open(GetParam());
   const Object* attrib = First(ObjectKind::kAttrib);
   const Object* text = First(ObjectKind::kText);
   const Object* mtext = First(ObjectKind::kMText);
@@ -263,19 +265,19 @@ TEST_F(DwgWriter2004Edits, TextsAttributesAndLayerStatesSurviveA2004Save) {
   EXPECT_EQ(changed, 4u);
 }
 
-TEST_F(DwgWriter2004Edits, ConversionsAndEditsOfLaterVersionsAreRefusedAndLeaveTheTargetAlone) {
+INSTANTIATE_TEST_SUITE_P(Corpus, DwgWriter2004EachVersion,
+                         ::testing::Values("ldwg_example_2004.dwg", "ldwg_example_2010.dwg", "ldwg_example_2013.dwg",
+                                           "ldwg_example_2018.dwg"));
+
+TEST_F(DwgWriter2004Edits, ConversionsAreRefusedAndLeaveTheTargetAlone) {
   const fs::path out = dir_ / "kept.dwg";
   { std::ofstream(out) << "old content"; }
   Open("ldwg_example_2004.dwg");
   component_.SaveAs(out.string(), kVersion2000);  // no conversion between versions yet
   EXPECT_EQ(LastStatus().substr(0, 5), "1405:");
   component_.SaveAs(out.string(), kVersion2007);
+  EXPECT_EQ(LastStatus().substr(0, 5), "1405:");  component_.SaveAs(out.string(), kVersion2018);
   EXPECT_EQ(LastStatus().substr(0, 5), "1405:");
-  Open("ldwg_example_2018.dwg");
-  component_.SetLayerState(std::string(component_.document()->layers.back()->name), 2, 1);
-  component_.SaveAs(out.string(), kVersion2018);
-  EXPECT_EQ(LastStatus().substr(0, 5), "1405:");
-  EXPECT_NE(LastStatus().find("edited"), std::string::npos) << LastStatus();
   EXPECT_EQ(testing::ReadBytes(out), "old content");
 }
 

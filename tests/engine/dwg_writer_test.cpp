@@ -48,10 +48,11 @@ std::vector<fs::path> WritableCorpus() {
     if (entry.path().extension() != ".dwg") continue;
     const std::string head = FileBytes(entry.path()).substr(0, 6);
     if (head == "AC1015" || head == "AC1014" || head == "AC1012") out.push_back(entry.path());
-    // 2004 drawings are edited in place too; a damaged one loses what could
-    // not be read (dwg_writer_r2004_test.cpp checks that).
+    // 2004 to 2018 drawings are edited in place too; a damaged one loses
+    // what could not be read (dwg_writer_r2004_test.cpp checks that).
     Document doc;
-    if (head == "AC1018" && ReadDwgFile(entry.path().string(), doc).ok() &&
+    const bool family2004 = head == "AC1018" || head == "AC1024" || head == "AC1027" || head == "AC1032";
+    if (family2004 && ReadDwgFile(entry.path().string(), doc).ok() &&
         std::none_of(doc.warnings.begin(), doc.warnings.end(),
                      [](const std::string& w) { return w.find("could not be decoded") != std::string::npos; })) {
       out.push_back(entry.path());

@@ -105,22 +105,12 @@ Status WriteR2004Family(const Document& document, std::string& out) {
   std::vector<dwg::EncodedObject> objects;
   std::string error;
   dwg::EncodeReport report;
-  // 2004 objects are rebuilt with their edits and deletions as 2000 ones
-  // are; any change to a later version's objects is refused.
+  // Objects are rebuilt with their edits and deletions as 2000 ones are.
   dwg::Version version;
   dwg::ParseVersionId(document.version, version);
-  if (version == dwg::Version::kR2004) {
-    if (!dwg::EncodeObjectsSameVersion(document, version, objects, report, error)) {
-      return Status::Error(StatusCode::kCannotWriteFile, "The drawing cannot be written as DWG: " + error);
-    }
-  } else if (!dwg::CopyObjectsSameVersion(document, objects, error)) {
-    return Status::Error(StatusCode::kDwgWriteNotSupported,
-                         "Writing changes to a DWG " + document.version +
-                             " drawing is not supported yet (" + error + "); save it as DXF instead");
-  }
-
   try {
-    if (!dwg::AssembleR2004(parts, objects, out, error)) {
+    if (!dwg::EncodeObjectsSameVersion(document, version, objects, report, error) ||
+        !dwg::AssembleR2004(parts, objects, out, error)) {
       return Status::Error(StatusCode::kCannotWriteFile, "The drawing cannot be written as DWG: " + error);
     }
   } catch (const std::bad_alloc&) {

@@ -59,6 +59,8 @@ class Encoder {
   bool EncodeEdit(const Item& item, ObjectPatch& patch);
   BitWriter Text(std::string_view utf8);
   bool r2000() const { return version_ >= Version::kR2000; }
+  // 2007 on: strings live in a stream of their own, in UTF-16.
+  bool strings() const { return version_ >= Version::kR2007; }
 
   // Typed edits: each finds its field in the stored data and replaces it.
   bool SkipTextPart(BitReader& d);
@@ -98,9 +100,13 @@ ObjectPatch* Encoder::Patch(uint64_t handle) {
 }
 
 BitWriter Encoder::Text(std::string_view utf8) {
+  BitWriter w;
+  if (strings()) {
+    w.TU(utf8);
+    return w;
+  }
   std::string bytes;
   text_.Encode(utf8, bytes);
-  BitWriter w;
   w.TV(bytes, true);
   return w;
 }
@@ -270,6 +276,7 @@ bool Encoder::SkipTextPart(BitReader& d) {
 }
 
 bool Encoder::ReplaceTextValue(ObjectPatch& patch, std::string_view value) {
+  if (strings()) return patch.ReplaceString(0, Text(value));  // the value is the first string
   BitReader d = patch.TypedData();
   if (!SkipTextPart(d)) return false;
   const size_t from = d.position();
@@ -280,6 +287,7 @@ bool Encoder::ReplaceTextValue(ObjectPatch& patch, std::string_view value) {
 }
 
 bool Encoder::ReplaceMTextValue(ObjectPatch& patch, std::string_view value) {
+  if (strings()) return patch.ReplaceString(0, Text(value));
   BitReader d = patch.TypedData();
   d.BD3();
   d.BD3();
@@ -299,10 +307,14 @@ bool Encoder::ReplaceMTextValue(ObjectPatch& patch, std::string_view value) {
 
 bool Encoder::ReplaceLayerState(ObjectPatch& patch, const Layer& layer) {
   BitReader d = patch.TypedData();
-  d.TV();
-  d.B();
-  d.BS();
-  d.B();
+  if (strings()) {
+    d.BS();  // 2007 on, the table entry's own part is one number
+  } else {
+    d.TV();
+    d.B();
+    d.BS();
+    d.B();
+  }
   const size_t from = d.position();
   const bool off = layer.color < 0;
   const auto index = static_cast<int16_t>(std::abs(layer.color == 0 ? 7 : layer.color));
@@ -335,6 +347,7 @@ bool Encoder::ReplaceLayerState(ObjectPatch& patch, const Layer& layer) {
 }
 
 bool Encoder::ReplaceImagePath(ObjectPatch& patch, std::string_view path) {
+  if (strings()) return patch.ReplaceString(0, Text(path));
   BitReader d = patch.TypedData();
   d.BL();
   d.RD2();
@@ -346,6 +359,7 @@ bool Encoder::ReplaceImagePath(ObjectPatch& patch, std::string_view path) {
 }
 
 bool Encoder::ReplaceXrefPath(ObjectPatch& patch, std::string_view path) {
+  if (strings()) return patch.ReplaceString(1, Text(path));  // after the block's name
   BitReader d = patch.TypedData();
   d.TV();
   d.B();
@@ -361,6 +375,7 @@ bool Encoder::ReplaceXrefPath(ObjectPatch& patch, std::string_view path) {
 }
 
 bool Encoder::ReplaceDictionary(ObjectPatch& patch, const Dictionary& dict) {
+  if (strings()) return false;  // entry names in the string stream: not rebuilt yet
   BitReader d = patch.TypedData();
   const size_t countAt = d.position();
   const uint32_t count = d.BL();
@@ -417,7 +432,7 @@ void Encoder::CleanGroup(uint64_t handle) {
   ObjectPatch* patch = Patch(handle);
   if (patch == nullptr) return;
   BitReader d = patch->TypedData();
-  d.TV();
+  if (!strings()) d.TV();
   d.BS();
   d.BS();
   const size_t countAt = d.position();

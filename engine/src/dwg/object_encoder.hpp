@@ -1,6 +1,6 @@
 #pragma once
 // The objects of a drawing for a DWG file of the version it was read from
-// (R13 to 2000): every object nobody changed is copied as it was stored;
+// (R13 to 2018): every object nobody changed is copied as it was stored;
 // an edited one is rebuilt from its stored form with the edited fields
 // encoded anew (text values, layer states, image and external reference
 // paths, dictionary entries, reactors); deleted ones are left out and the
@@ -32,10 +32,5 @@ bool EncodeObjectsSameVersion(const Document& doc, Version version, std::vector<
 
 // Whether `object` changed since it was read: an edit stores a new DXF form.
 bool EditedSinceRead(const Object& object, const DwgSource& source);
-
-// 2004 and later, whose objects cannot be rebuilt yet: every object copied
-// as stored, sorted by handle. False with `error` naming the first object
-// that was edited or deleted, so that no change is silently lost.
-bool CopyObjectsSameVersion(const Document& doc, std::vector<EncodedObject>& out, std::string& error);
 
 }  // namespace vantrove::engine::dwg

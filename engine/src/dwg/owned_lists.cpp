@@ -23,10 +23,14 @@ bool FindList(const ObjectPatch& patch, OwnedList& list) {
   BitReader d = patch.TypedData();
   size_t leading = 0;
   if (patch.type() == kTypeBlockHeader) {
-    d.TV();
-    d.B();
-    d.BS();
-    d.B();
+    if (patch.version() < Version::kR2007) {
+      d.TV();
+      d.B();
+      d.BS();
+      d.B();
+    } else {
+      d.BS();  // the name is in the string stream, the rest of the entry part is one number
+    }
     d.B();
     d.B();
     const bool xref = d.B(), overlay = d.B();
