@@ -12,6 +12,9 @@ constexpr size_t kMaxOffset = 0x3FFF;  // stored distance minus one
 constexpr size_t kHashBits = 14;
 // The stream opens with a literal run of at least four bytes.
 constexpr size_t kFirstLiteral = 4;
+// After 2^kSkipShift positions without a match, every other one is tried,
+// and so on.
+constexpr size_t kSkipShift = 5;
 
 uint32_t Hash3(const uint8_t* p) {
   const uint32_t v = static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) | (static_cast<uint32_t>(p[2]) << 16);
@@ -91,6 +94,7 @@ void CompressPage(const uint8_t* src, size_t size, std::string& out) {
   size_t litStart = 0;
   bool first = true;
   size_t pendingCount = 0, pendingOffset = 0;
+  size_t misses = 0;
   while (i + kMinMatch <= size) {
     const uint32_t h = Hash3(src + i);
     const size_t candidate = head[h];
@@ -102,9 +106,11 @@ void CompressPage(const uint8_t* src, size_t size, std::string& out) {
       while (length < limit && src[from + length] == src[i + length]) ++length;
     }
     if (length < kMinMatch) {
-      ++i;
+      // Data that does not repeat is crossed in growing steps.
+      i += 1 + (++misses >> kSkipShift);
       continue;
     }
+    misses = 0;
     const size_t offset = i - (candidate - 1) - 1;
     if (first) {
       emit.LongLiteral(0, i);
