@@ -9,20 +9,12 @@
 
 #include "dwg/container.hpp"
 #include "dwg/decompress.hpp"
+#include "dwg/le_bytes.hpp"
 #include "dwg/r2004_parts.hpp"
 
 namespace vantrove::engine::dwg {
 
 namespace {
-
-uint32_t Le32(const uint8_t* p) {
-  return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) | (static_cast<uint32_t>(p[2]) << 16) |
-         (static_cast<uint32_t>(p[3]) << 24);
-}
-
-void AppendLe32(std::string& out, uint32_t v) {
-  for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
-}
 
 // A page map or section map page, decompressed.
 bool SystemPage(const std::vector<uint8_t>& file, uint64_t address, uint32_t type, std::vector<uint8_t>& out) {

@@ -9,6 +9,7 @@
 #include "dwg/compress.hpp"
 #include "dwg/container.hpp"
 #include "dwg/decompress.hpp"
+#include "dwg/le_bytes.hpp"
 #include "dwg/r2004_parts.hpp"
 
 namespace vantrove::engine::dwg {
@@ -34,23 +35,6 @@ const std::array<uint8_t, 256>& PadBytes() {
   return bytes;
 }
 
-uint32_t Le32(const char* p) {
-  const auto* u = reinterpret_cast<const uint8_t*>(p);
-  return static_cast<uint32_t>(u[0]) | (static_cast<uint32_t>(u[1]) << 8) | (static_cast<uint32_t>(u[2]) << 16) |
-         (static_cast<uint32_t>(u[3]) << 24);
-}
-void PutLe32(char* p, uint32_t v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<char>((v >> (8 * i)) & 0xFF);
-}
-void PutLe64(char* p, uint64_t v) {
-  PutLe32(p, static_cast<uint32_t>(v));
-  PutLe32(p + 4, static_cast<uint32_t>(v >> 32));
-}
-void AppendLe32(std::string& out, uint32_t v) {
-  char b[4];
-  PutLe32(b, v);
-  out.append(b, 4);
-}
 const uint8_t* U8(const std::string& s) { return reinterpret_cast<const uint8_t*>(s.data()); }
 
 class PageWriter {
