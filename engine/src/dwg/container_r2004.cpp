@@ -9,26 +9,23 @@
 #include "dwg/checksum.hpp"
 #include "dwg/container.hpp"
 #include "dwg/decompress.hpp"
+#include "dwg/le_bytes.hpp"
+#include "dwg/r2004_layout.hpp"
 
 namespace vantrove::engine::dwg {
 
 namespace {
 
-constexpr uint32_t kPageMapType = 0x41630E3B;
-constexpr uint32_t kSectionMapType = 0x4163003B;
-constexpr uint32_t kDataPageType = 0x4163043B;
-constexpr size_t kHeaderBlockOffset = 0x80;
-constexpr size_t kHeaderBlockSize = 0x6C;
+constexpr uint32_t kPageMapType = kR2004PageMapPage;
+constexpr uint32_t kSectionMapType = kR2004SectionMapPage;
+constexpr uint32_t kDataPageType = kR2004DataPage;
+constexpr size_t kHeaderBlockOffset = kR2004BlockOffset;
+constexpr size_t kHeaderBlockSize = kR2004BlockSize;
 // The largest page we accept; writers use 0x7400.
 constexpr uint32_t kMaxPageSize = 0x100000;
 // System pages (page map, section map) are small; this bounds a forged size.
 constexpr uint32_t kMaxSystemPage = 64u << 20;
 
-uint32_t Le32(const uint8_t* p) {
-  return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) | (static_cast<uint32_t>(p[2]) << 16) |
-         (static_cast<uint32_t>(p[3]) << 24);
-}
-uint64_t Le64(const uint8_t* p) { return Le32(p) | (static_cast<uint64_t>(Le32(p + 4)) << 32); }
 
 struct SectionPage {
   uint32_t number = 0;

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "dwg/r2004_layout.hpp"
 #include "dwg/records.hpp"
 #include "vantrove/engine/document.hpp"
 
@@ -24,16 +25,6 @@ inline constexpr std::string_view kR2004ObjectsPrefix = "R2004:OBJECTSPREFIX";
 // How many objects the reader could not decode (decimal): a save cannot
 // carry them and says so.
 inline constexpr std::string_view kR2004Lost = "R2004:LOST";
-
-constexpr size_t kR2004HeadSize = 0x100;
-constexpr size_t kR2004BlockOffset = 0x80;
-constexpr size_t kR2004BlockSize = 0x6C;
-constexpr size_t kR2004PageHeader = 32;
-constexpr uint32_t kR2004DataPage = 0x4163043B;
-constexpr uint32_t kR2004PageMapPage = 0x41630E3B;
-constexpr uint32_t kR2004SectionMapPage = 0x4163003B;
-// Size of one section description in the section map, before its pages.
-constexpr size_t kR2004DescriptionSize = 96;
 
 // The sections a same-version save writes anew.
 bool R2004SectionRebuilt(std::string_view name);
