@@ -55,7 +55,9 @@ TEST_F(Drawing, OpenExportSaveAndClose) {
   EXPECT_EQ(v_.SaveDrawing(Path("same.dxf")), "OK");  // the drawing's own version
   EXPECT_NE(Bytes(Path("same.dxf")).find("AC1032"), std::string::npos);
   EXPECT_EQ(v_.SaveDrawing(Path("plan.dwg"), dwgSaveAsVersion2004),
-            "1405:Writing DWG 2004 files is not supported yet (DWG 2000 is written): " + Path("plan.dwg"));
+            "1405:Writing DWG 2004 (AC1018) files from a drawing read from DXF is not supported yet; only a drawing "
+            "read from DWG AC1018 is written in that version: " +
+                Path("plan.dwg"));
   EXPECT_EQ(v_.CreateDXF(Path("r12.dxf"), 0, dwgRel12).rfind("1002:Written as DXF R12 without", 0), 0u);
   EXPECT_EQ(v_.CloseDrawing(), "OK");
   EXPECT_FALSE(v_.drawing_open());

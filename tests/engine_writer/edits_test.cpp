@@ -211,7 +211,9 @@ TEST_F(Edits, LayerStates) {
 TEST_F(Edits, SaveChecksTypeVersionAndFolder) {
   const std::string dwg = (dir_ / "plan.dwg").string();
   component_.SaveAs(dwg, 2018);
-  EXPECT_EQ(Status(), "1405:Writing DWG 2018 files is not supported yet (DWG 2000 is written): " + dwg);
+  EXPECT_EQ(Status(), "1405:Writing DWG 2018 (AC1032) files from a drawing read from DXF is not supported yet; only a "
+                      "drawing read from DWG AC1032 is written in that version: " +
+                          dwg);
   component_.SaveAs((dir_ / "plan.txt").string(), 2018);
   EXPECT_EQ(Code(), "1406:");
   component_.SaveAs((dir_ / "plan.dxf").string(), 2099);

@@ -1,5 +1,6 @@
 #include "dwg/checksum.hpp"
 
+#include <algorithm>
 #include <array>
 
 namespace vantrove::engine::dwg {
@@ -58,6 +59,21 @@ uint32_t Crc32(uint32_t seed, const uint8_t* data, size_t size) {
   uint32_t crc = ~seed;
   for (size_t i = 0; i < size; ++i) crc = (crc >> 8) ^ kCrc32Table[(crc ^ data[i]) & 0xFF];
   return ~crc;
+}
+
+uint32_t R2004PageChecksum(uint32_t seed, const uint8_t* data, size_t size) {
+  uint32_t sum1 = seed & 0xFFFF, sum2 = seed >> 16;
+  while (size != 0) {
+    const size_t chunk = std::min<size_t>(0x15B0, size);
+    size -= chunk;
+    for (size_t i = 0; i < chunk; ++i) {
+      sum1 += *data++;
+      sum2 += sum1;
+    }
+    sum1 %= 0xFFF1;
+    sum2 %= 0xFFF1;
+  }
+  return (sum2 << 16) | (sum1 & 0xFFFF);
 }
 
 }  // namespace vantrove::engine::dwg

@@ -14,5 +14,8 @@ namespace vantrove::engine::dwg {
 
 uint16_t Crc16(uint16_t seed, const uint8_t* data, size_t size);
 uint32_t Crc32(uint32_t seed, const uint8_t* data, size_t size);
+// The page check of the 2004+ container: two running sums modulo 0xFFF1,
+// as in Adler-32, with a caller-given seed.
+uint32_t R2004PageChecksum(uint32_t seed, const uint8_t* data, size_t size);
 
 }  // namespace vantrove::engine::dwg

@@ -9,26 +9,23 @@
 #include "dwg/checksum.hpp"
 #include "dwg/container.hpp"
 #include "dwg/decompress.hpp"
+#include "dwg/le_bytes.hpp"
+#include "dwg/r2004_layout.hpp"
 
 namespace vantrove::engine::dwg {
 
 namespace {
 
-constexpr uint32_t kPageMapType = 0x41630E3B;
-constexpr uint32_t kSectionMapType = 0x4163003B;
-constexpr uint32_t kDataPageType = 0x4163043B;
-constexpr size_t kHeaderBlockOffset = 0x80;
-constexpr size_t kHeaderBlockSize = 0x6C;
+constexpr uint32_t kPageMapType = kR2004PageMapPage;
+constexpr uint32_t kSectionMapType = kR2004SectionMapPage;
+constexpr uint32_t kDataPageType = kR2004DataPage;
+constexpr size_t kHeaderBlockOffset = kR2004BlockOffset;
+constexpr size_t kHeaderBlockSize = kR2004BlockSize;
 // The largest page we accept; writers use 0x7400.
 constexpr uint32_t kMaxPageSize = 0x100000;
 // System pages (page map, section map) are small; this bounds a forged size.
 constexpr uint32_t kMaxSystemPage = 64u << 20;
 
-uint32_t Le32(const uint8_t* p) {
-  return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) | (static_cast<uint32_t>(p[2]) << 16) |
-         (static_cast<uint32_t>(p[3]) << 24);
-}
-uint64_t Le64(const uint8_t* p) { return Le32(p) | (static_cast<uint64_t>(Le32(p + 4)) << 32); }
 
 struct SectionPage {
   uint32_t number = 0;
@@ -61,6 +58,7 @@ class Reader2004 {
   }
   bool ReadSystemPage(uint64_t address, uint32_t expectedType, const char* what, std::vector<uint8_t>& out);
   bool ReadSection(const SectionInfo& info, std::vector<uint8_t>& out);
+  void CheckDataPages();
 
   const std::vector<uint8_t>& file_;
   Container& out_;
@@ -84,6 +82,11 @@ bool Reader2004::ReadSystemPage(uint64_t address, uint32_t expectedType, const c
   if (decompSize > kMaxSystemPage || decompSize > budget_)
     return Fail(kErrTooLarge, std::string("the ") + what + " declares an implausible size");
   const uint8_t* data = h + 20;
+  uint8_t head[20];
+  std::memcpy(head, h, 20);
+  std::memset(head + 16, 0, 4);
+  if (R2004PageChecksum(R2004PageChecksum(0, head, 20), data, compSize) != Le32(h + 16))
+    out_.warnings.push_back(std::string("the ") + what + " fails its check value");
   if (compType == 2) {
     if (!DecompressPage(data, compSize, decompSize, out))
       return Fail(kErrDamaged, std::string("the ") + what + " cannot be decompressed");
@@ -91,6 +94,28 @@ bool Reader2004::ReadSystemPage(uint64_t address, uint32_t expectedType, const c
     out.assign(data, data + std::min(compSize, decompSize));
   }
   return true;
+}
+
+// Every data page carries a check value of its data and one of its header:
+// damage anywhere, in the sections read or in those kept as they are, is
+// reported once.
+void Reader2004::CheckDataPages() {
+  const uint64_t n = file_.size();
+  size_t failed = 0;
+  for (const auto& [number, address] : pageAddress_) {
+    if (address > n || n - address < 32) continue;
+    uint32_t head[8];
+    const uint32_t mask = 0x4164536Bu ^ static_cast<uint32_t>(address);
+    for (int k = 0; k < 8; ++k) head[k] = Le32(file_.data() + address + 4 * k) ^ mask;
+    if (head[0] != kDataPageType || head[2] > n - address - 32) continue;
+    const uint32_t dataSum = R2004PageChecksum(0, file_.data() + address + 32, head[2]);
+    const uint32_t headSum = head[6];
+    head[6] = 0;
+    uint8_t bytes[32];
+    for (int k = 0; k < 32; ++k) bytes[k] = static_cast<uint8_t>(head[k / 4] >> (8 * (k % 4)));
+    if (dataSum != head[7] || R2004PageChecksum(dataSum, bytes, 32) != headSum) ++failed;
+  }
+  if (failed > 0) out_.warnings.push_back(std::to_string(failed) + " data pages fail their check values");
 }
 
 bool Reader2004::ReadSection(const SectionInfo& info, std::vector<uint8_t>& out) {
@@ -182,6 +207,14 @@ bool Reader2004::Run() {
       address += size;
       if (address > n) break;
     }
+  }
+  CheckDataPages();
+  // The file ends with a copy of the encrypted header.
+  const uint64_t secondHeader = Le64(block + 0x34);
+  if (secondHeader > n || n - secondHeader < kHeaderBlockSize) {
+    out_.truncated = true;
+    out_.warnings.push_back("the file is truncated: the copy of its header at " + std::to_string(secondHeader) +
+                            " is missing");
   }
   auto sm = pageAddress_.find(sectionMapId);
   if (sm == pageAddress_.end()) return Fail(kErrDamaged, "the section map page is missing from the page map");

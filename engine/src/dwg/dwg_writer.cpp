@@ -6,7 +6,9 @@
 #include "dwg/container.hpp"
 #include "dwg/dwg_from_model.hpp"
 #include "dwg/object_encoder.hpp"
+#include "dwg/r2004_parts.hpp"
 #include "dwg/writer_r2000.hpp"
+#include "dwg/writer_r2004.hpp"
 #include "vantrove/engine/component.hpp"
 #include "vantrove/engine/replacing_file.hpp"
 
@@ -42,7 +44,9 @@ std::string TargetVersion(const Document& doc, int32_t code, Status& status) {
   switch (code) {
     case kVersionKeep:
       if (doc.format == DrawingFormat::kDwg &&
-          (doc.version == "AC1015" || doc.version == "AC1014" || doc.version == "AC1012")) {
+          (doc.version == "AC1015" || doc.version == "AC1014" || doc.version == "AC1012" ||
+           doc.version == "AC1018" || doc.version == "AC1024" || doc.version == "AC1027" ||
+           doc.version == "AC1032")) {
         return doc.version;
       }
       if (doc.format != DrawingFormat::kDwg) {
@@ -52,7 +56,7 @@ std::string TargetVersion(const Document& doc, int32_t code, Status& status) {
       } else {
         status = Status::Error(StatusCode::kDwgWriteNotSupported,
                                "Writing DWG files of the drawing's own version (" + doc.version +
-                                   ") is not supported yet (DWG 2000, R14 and R13 are written)");
+                                   ") is not supported yet (DWG 2018, 2013, 2010, 2004, 2000, R14 and R13 are written)");
       }
       return {};
     case kVersion2000: return "AC1015";
@@ -64,13 +68,14 @@ std::string TargetVersion(const Document& doc, int32_t code, Status& status) {
                              "Writing DWG " + VersionLabel(code) +
                                  " files is not supported yet; save the drawing as DXF R12 instead");
       return {};
-    case kVersion2018:
-    case kVersion2013:
-    case kVersion2010:
+    case kVersion2018: return "AC1032";
+    case kVersion2013: return "AC1027";
+    case kVersion2010: return "AC1024";
+    case kVersion2004: return "AC1018";
     case kVersion2007:
-    case kVersion2004:
       status = Status::Error(StatusCode::kDwgWriteNotSupported,
-                             "Writing DWG " + VersionLabel(code) + " files is not supported yet (DWG 2000 is written)");
+                             "Writing DWG " + VersionLabel(code) +
+                                 " files is not supported yet (DWG 2018, 2013, 2010, 2004 and 2000 are written)");
       return {};
     default:
       status = Status::Error(StatusCode::kUnknownVersion,
@@ -98,6 +103,49 @@ Status WriteConverted(const Document& document, std::string& out) {
                        "Written as DWG 2000 without the records it cannot encode yet: " + list);
 }
 
+Status Unchanged(const dwg::EncodeReport& report) {
+  std::string list;
+  for (const std::string& entry : report.unchanged) list += (list.empty() ? "" : ", ") + entry;
+  return Status::Error(StatusCode::kWrittenWithLosses,
+                       "Written, but edits of these objects could not be carried and they were kept as read: " + list);
+}
+
+// A drawing read from a 2004-family file, in its own version.
+Status WriteR2004Family(const Document& document, std::string& out) {
+  dwg::R2004Parts parts;
+  parts.head = SourcePart(document, dwg::kR2004Head);
+  parts.sectionMap = SourcePart(document, dwg::kR2004SectionMap);
+  parts.pages = SourcePart(document, dwg::kR2004Pages);
+  parts.objectsPrefix = SourcePart(document, dwg::kR2004ObjectsPrefix);
+  if (parts.head.empty() || parts.sectionMap.empty()) {
+    return Status::Error(StatusCode::kDwgWriteNotSupported,
+                         "The drawing's file sections were not kept when it was read; it cannot be written as DWG "
+                         "yet");
+  }
+  std::vector<dwg::EncodedObject> objects;
+  std::string error;
+  dwg::EncodeReport report;
+  // Objects are rebuilt with their edits and deletions as 2000 ones are.
+  dwg::Version version;
+  dwg::ParseVersionId(document.version, version);
+  try {
+    if (!dwg::EncodeObjectsSameVersion(document, version, objects, report, error) ||
+        !dwg::AssembleR2004(parts, objects, out, error)) {
+      return Status::Error(StatusCode::kCannotWriteFile, "The drawing cannot be written as DWG: " + error);
+    }
+  } catch (const std::bad_alloc&) {
+    return Status::Error(StatusCode::kFileTooLarge, "Not enough memory to write the drawing as DWG");
+  }
+  if (!report.unchanged.empty()) return Unchanged(report);
+  const std::string_view lost = SourcePart(document, dwg::kR2004Lost);
+  if (!lost.empty()) {
+    return Status::Error(StatusCode::kWrittenWithLosses, "Written, but " + std::string(lost) +
+                                                             " objects that could not be read from the source "
+                                                             "file were left out");
+  }
+  return Status::Ok();
+}
+
 }  // namespace
 
 Status WriteDwgToString(const Document& document, int32_t version, std::string& out) {
@@ -116,6 +164,7 @@ Status WriteDwgToString(const Document& document, int32_t version, std::string& 
   }
   dwg::Version v;
   dwg::ParseVersionId(target, v);
+  if (v >= dwg::Version::kR2004) return WriteR2004Family(document, out);
   dwg::R2000Parts parts;
   parts.prefix = SourcePart(document, "PREFIX");
   parts.objFreeSpace = SourcePart(document, "OBJFREESPACE");
@@ -137,13 +186,7 @@ Status WriteDwgToString(const Document& document, int32_t version, std::string& 
   } catch (const std::bad_alloc&) {
     return Status::Error(StatusCode::kFileTooLarge, "Not enough memory to write the drawing as DWG");
   }
-  if (!report.unchanged.empty()) {
-    std::string list;
-    for (const std::string& entry : report.unchanged) list += (list.empty() ? "" : ", ") + entry;
-    return Status::Error(StatusCode::kWrittenWithLosses,
-                         "Written, but edits of these objects could not be carried and they were kept as read: " +
-                             list);
-  }
+  if (!report.unchanged.empty()) return Unchanged(report);
   return Status::Ok();
 }
 

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <map>
+#include <set>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "dwg/object_patch.hpp"
+#include "dwg/owned_lists.hpp"
 #include "dxf/group_writer.hpp"
 #include "vantrove/engine/dwg_reader.hpp"
 
@@ -19,11 +21,7 @@ struct Item {
   const DwgSource* source = nullptr;
 };
 
-bool Edited(const Document& doc, const Item& item) {
-  const GroupSpan now = doc.Groups(*item.object);  // first: this sets groups_as_read
-  const GroupSpan read = item.source->groups_as_read;
-  return now.data() != read.data() || now.size() != read.size();
-}
+bool Edited(const Document& doc, const Item& item) { return EditedSinceRead(doc, *item.object, *item.source); }
 
 // What an entity is chained under: its block reference (attributes) or its
 // block.
@@ -61,6 +59,8 @@ class Encoder {
   bool EncodeEdit(const Item& item, ObjectPatch& patch);
   BitWriter Text(std::string_view utf8);
   bool r2000() const { return version_ >= Version::kR2000; }
+  // 2007 on: strings live in a stream of their own, in UTF-16.
+  bool strings() const { return version_ >= Version::kR2007; }
 
   // Typed edits: each finds its field in the stored data and replaces it.
   bool SkipTextPart(BitReader& d);
@@ -100,9 +100,13 @@ ObjectPatch* Encoder::Patch(uint64_t handle) {
 }
 
 BitWriter Encoder::Text(std::string_view utf8) {
+  BitWriter w;
+  if (strings()) {
+    w.TU(utf8);
+    return w;
+  }
   std::string bytes;
   text_.Encode(utf8, bytes);
-  BitWriter w;
   w.TV(bytes, true);
   return w;
 }
@@ -143,27 +147,7 @@ Encoder::BlockEnds* Encoder::Ends(uint64_t header) {
 Encoder::BlockEnds* Encoder::InsertEnds(uint64_t insert, BlockEnds& ends) {
   ObjectPatch* patch = Patch(insert);
   BitReader d = patch->TypedData();
-  d.BD3();
-  if (r2000()) {
-    switch (d.BB()) {
-      case 0: {
-        const double x = d.RD();
-        d.DD(x);
-        d.DD(x);
-        break;
-      }
-      case 1:
-        d.DD(1.0);
-        d.DD(1.0);
-        break;
-      case 2: d.RD(); break;
-      default: break;
-    }
-  } else {
-    d.BD3();
-  }
-  d.BD();
-  d.BD3();
+  SkipInsertPlacement(d, r2000());
   ends.hasAttribsAt = d.position();
   if (!d.B() || d.failed()) return nullptr;
   BitReader h = patch->TypedHandles();
@@ -208,6 +192,7 @@ void Encoder::WriteBlockEnds() {
 void Encoder::RelinkAroundErased() {
   std::vector<uint64_t> gone(erased_.begin(), erased_.end());
   std::sort(gone.begin(), gone.end());
+  std::set<uint64_t> listOwners;  // 2004 on: block records and references that list their entities
   for (uint64_t handle : gone) {
     const Item& item = items_[handle];
     if (!item.object->is_entity()) continue;
@@ -221,6 +206,10 @@ void Encoder::RelinkAroundErased() {
       owner = static_cast<const Block*>(chain)->record->handle;
     }
     if (owner == 0 || erased_.count(owner) != 0) continue;
+    if (version_ >= Version::kR2004) {
+      listOwners.insert(owner);
+      continue;
+    }
     BlockEnds* ends = Ends(owner);
     ObjectPatch* self = Patch(handle);
     if (ends == nullptr || self == nullptr) continue;
@@ -257,6 +246,7 @@ void Encoder::RelinkAroundErased() {
       ends->changed = true;
     }
   }
+  DropErasedFromOwnedLists(listOwners, erased_, [this](uint64_t h) { return Patch(h); });
   WriteBlockEnds();
 }
 
@@ -286,6 +276,7 @@ bool Encoder::SkipTextPart(BitReader& d) {
 }
 
 bool Encoder::ReplaceTextValue(ObjectPatch& patch, std::string_view value) {
+  if (strings()) return patch.ReplaceString(0, Text(value));  // the value is the first string
   BitReader d = patch.TypedData();
   if (!SkipTextPart(d)) return false;
   const size_t from = d.position();
@@ -296,6 +287,7 @@ bool Encoder::ReplaceTextValue(ObjectPatch& patch, std::string_view value) {
 }
 
 bool Encoder::ReplaceMTextValue(ObjectPatch& patch, std::string_view value) {
+  if (strings()) return patch.ReplaceString(0, Text(value));
   BitReader d = patch.TypedData();
   d.BD3();
   d.BD3();
@@ -315,10 +307,14 @@ bool Encoder::ReplaceMTextValue(ObjectPatch& patch, std::string_view value) {
 
 bool Encoder::ReplaceLayerState(ObjectPatch& patch, const Layer& layer) {
   BitReader d = patch.TypedData();
-  d.TV();
-  d.B();
-  d.BS();
-  d.B();
+  if (strings()) {
+    d.BS();  // 2007 on, the table entry's own part is one number
+  } else {
+    d.TV();
+    d.B();
+    d.BS();
+    d.B();
+  }
   const size_t from = d.position();
   const bool off = layer.color < 0;
   const auto index = static_cast<int16_t>(std::abs(layer.color == 0 ? 7 : layer.color));
@@ -337,14 +333,21 @@ bool Encoder::ReplaceLayerState(ObjectPatch& patch, const Layer& layer) {
     w.B((layer.flags & 2) != 0);
     w.B(layer.locked());
   }
+  // 2004 keeps the colour in its true-colour value; the flags say "off".
+  const size_t flagsEnd = d.position();
   d.BS();
   if (d.failed()) return false;
+  if (version_ >= Version::kR2004) {
+    patch.ReplaceData(from, flagsEnd, w);
+    return true;
+  }
   w.BS(static_cast<uint16_t>(off ? -index : index));
   patch.ReplaceData(from, d.position(), w);
   return true;
 }
 
 bool Encoder::ReplaceImagePath(ObjectPatch& patch, std::string_view path) {
+  if (strings()) return patch.ReplaceString(0, Text(path));
   BitReader d = patch.TypedData();
   d.BL();
   d.RD2();
@@ -356,6 +359,7 @@ bool Encoder::ReplaceImagePath(ObjectPatch& patch, std::string_view path) {
 }
 
 bool Encoder::ReplaceXrefPath(ObjectPatch& patch, std::string_view path) {
+  if (strings()) return patch.ReplaceString(1, Text(path));  // after the block's name
   BitReader d = patch.TypedData();
   d.TV();
   d.B();
@@ -371,6 +375,7 @@ bool Encoder::ReplaceXrefPath(ObjectPatch& patch, std::string_view path) {
 }
 
 bool Encoder::ReplaceDictionary(ObjectPatch& patch, const Dictionary& dict) {
+  if (strings()) return false;  // entry names in the string stream: not rebuilt yet
   BitReader d = patch.TypedData();
   const size_t countAt = d.position();
   const uint32_t count = d.BL();
@@ -427,7 +432,7 @@ void Encoder::CleanGroup(uint64_t handle) {
   ObjectPatch* patch = Patch(handle);
   if (patch == nullptr) return;
   BitReader d = patch->TypedData();
-  d.TV();
+  if (!strings()) d.TV();
   d.BS();
   d.BS();
   const size_t countAt = d.position();
@@ -509,9 +514,10 @@ bool Encoder::EncodeEdit(const Item& item, ObjectPatch& patch) {
       return record != nullptr && ReplaceXrefPath(*record, block.xref_path);
     }
     case ObjectKind::kInsert: {
-      // Deleted attributes: the chain's ends were moved above.
+      // Deleted attributes: the chain's ends (or, from 2004, the list) were
+      // changed above.
       auto ends = ends_.find(o.handle);
-      return reactorsCleaned || (ends != ends_.end() && ends->second.changed);
+      return reactorsCleaned || patch.changed() || (ends != ends_.end() && ends->second.changed);
     }
     default:
       // A group or draw-order table changes only when entities it lists are
@@ -564,6 +570,12 @@ bool Encoder::Run(std::vector<EncodedObject>& out, EncodeReport& report, std::st
 }
 
 }  // namespace
+
+bool EditedSinceRead(const Document& doc, const Object& object, const DwgSource& source) {
+  const GroupSpan now = doc.Groups(object);  // first: building the forms sets groups_as_read
+  const GroupSpan read = source.groups_as_read;
+  return now.data() != read.data() || now.size() != read.size();
+}
 
 bool EncodeObjectsSameVersion(const Document& doc, Version version, std::vector<EncodedObject>& out,
                               EncodeReport& report, std::string& error) {

@@ -1,6 +1,6 @@
 #pragma once
 // The objects of a drawing for a DWG file of the version it was read from
-// (R13 to 2000): every object nobody changed is copied as it was stored;
+// (R13 to 2018): every object nobody changed is copied as it was stored;
 // an edited one is rebuilt from its stored form with the edited fields
 // encoded anew (text values, layer states, image and external reference
 // paths, dictionary entries, reactors); deleted ones are left out and the
@@ -13,6 +13,7 @@
 #include "dwg/container.hpp"
 #include "dwg/writer_r2000.hpp"
 #include "vantrove/engine/document.hpp"
+#include "vantrove/engine/dwg_reader.hpp"
 
 namespace vantrove::engine::dwg {
 
@@ -28,5 +29,8 @@ struct EncodeReport {
 // form cannot be taken apart for a change it needs.
 bool EncodeObjectsSameVersion(const Document& doc, Version version, std::vector<EncodedObject>& out,
                               EncodeReport& report, std::string& error);
+
+// Whether `object` changed since it was read: an edit stores a new DXF form.
+bool EditedSinceRead(const Document& doc, const Object& object, const DwgSource& source);
 
 }  // namespace vantrove::engine::dwg

@@ -1,5 +1,5 @@
 #pragma once
-// One R13-2000 object taken apart for a change and put back together: its
+// One stored object (R13 to 2018) taken apart for a change and put back together: its
 // common part is parsed (type, handle, extended data, entity flags, the
 // owner, reactors, extension dictionary, layer, line type and entity links
 // in the handle stream); what follows stays as bits that the rebuild copies,
@@ -34,6 +34,13 @@ class ObjectPatch {
   BitReader TypedData() const;
   // A reader of the handle stream after the common references.
   BitReader TypedHandles() const;
+  // 2007 on: a reader of the string stream after the common strings (it
+  // fails at once when the object has none).
+  BitReader TypedStrings() const;
+  // 2007 on: replaces the string at `index` of TypedStrings() with `bits`;
+  // false when there is no such string.
+  bool ReplaceString(size_t index, const BitWriter& bits);
+  Version version() const { return version_; }
 
   // The entity links of R13-2000 (absolute handles). Entities stored without
   // links have the neighbours one handle below and above.
@@ -59,10 +66,13 @@ class ObjectPatch {
     BitWriter bits;
   };
   struct Ref {
-    enum Kind : uint8_t { kOwner, kReactor, kXdic, kLayer, kLineType, kPrev, kNext, kPlotStyle } kind;
+    enum Kind : uint8_t { kOwner, kReactor, kXdic, kLayer, kLineType, kPrev, kNext, kPlotStyle, kOther } kind;
     HandleRef ref;
   };
 
+  bool FindStrings(uint16_t color);
+  void CopySpliced(BitWriter& w, size_t from, size_t to) const;
+  void WriteHandles(BitWriter& w) const;
   const uint8_t* data() const { return reinterpret_cast<const uint8_t*>(stored_.data()) + dataStart_; }
 
   std::string_view stored_;
@@ -78,6 +88,9 @@ class ObjectPatch {
   size_t reactorsAt_ = 0, reactorsEnd_ = 0;  // the reactor count (BL)
   size_t commonEnd_ = 0;       // data stream: end of the common part
   size_t handleStart_ = 0;     // = the data stream's bit size
+  size_t dataEnd_ = 0;         // where the typed data ends (the strings begin)
+  bool strings_ = false;       // 2007 on: a string stream is stored
+  size_t stringsAt_ = 0, stringsEnd_ = 0, stringsCommonEnd_ = 0;
   size_t handleCommonEnd_ = 0;
   std::vector<Ref> refs_;      // the common references in stored order
   std::vector<uint64_t> reactors_;

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "dwg/r2004_parts.hpp"
 #include "vantrove/engine/dwg_reader.hpp"
 
 namespace vantrove::engine::dwg {
@@ -83,7 +84,11 @@ std::string SecondHeader(const std::vector<uint8_t>& file, const std::vector<Ran
 }  // namespace
 
 void KeepSourceSections(const std::vector<uint8_t>& file, const DecodedDrawing& decoded, Document& doc) {
-  if (decoded.container.version > Version::kR2000) return;
+  if (decoded.container.version == Version::kR2007) return;
+  if (decoded.container.version > Version::kR2000) {
+    KeepSourceR2004(file, decoded, doc);
+    return;
+  }
   const std::vector<Range> loc = Locators(file);
   if (!loc[0].present || !loc[1].present || !loc[2].present) return;
   auto keep = [&](std::string_view name, std::string_view bytes) {

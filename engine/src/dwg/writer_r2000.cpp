@@ -6,6 +6,7 @@
 #include "dwg/bit_reader.hpp"
 #include "dwg/bit_writer.hpp"
 #include "dwg/checksum.hpp"
+#include "dwg/le_bytes.hpp"
 #include "dwg/source_sections.hpp"
 
 namespace vantrove::engine::dwg {
@@ -13,16 +14,6 @@ namespace vantrove::engine::dwg {
 namespace {
 
 constexpr size_t kLocatorTable = 0x19;
-
-uint32_t Le32(const char* p) {
-  const auto* u = reinterpret_cast<const uint8_t*>(p);
-  return static_cast<uint32_t>(u[0]) | (static_cast<uint32_t>(u[1]) << 8) | (static_cast<uint32_t>(u[2]) << 16) |
-         (static_cast<uint32_t>(u[3]) << 24);
-}
-
-void PutLe32(char* p, uint32_t v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<char>((v >> (8 * i)) & 0xFF);
-}
 
 void PutLe16(std::string& out, uint16_t v) {
   out.push_back(static_cast<char>(v & 0xFF));
