@@ -206,7 +206,7 @@ class DwgWriter2004Edits : public ::testing::Test {
   }
   const Object* First(ObjectKind kind) {
     for (const auto& object : component_.document()->all_objects())
-      if (object->kind() == kind) return object.get();
+      if (object->kind() == kind) return object;
     return nullptr;
   }
   DrawingComponent component_;
