@@ -282,7 +282,12 @@ std::string BitReader::Bytes(size_t n) {
     std::memcpy(s.data(), data_ + (pos_ >> 3), n);
     pos_ += n * 8;
   } else {
-    for (size_t i = 0; i < n; ++i) s[i] = static_cast<char>(RC());
+    // Each byte straddles two: its high bits end one, its low bits start
+    // the next (the last one lies within the limit CanRead checked).
+    const unsigned shift = static_cast<unsigned>(pos_ & 7);
+    const uint8_t* p = data_ + (pos_ >> 3);
+    for (size_t i = 0; i < n; ++i) s[i] = static_cast<char>((p[i] << shift) | (p[i + 1] >> (8 - shift)));
+    pos_ += n * 8;
   }
   return s;
 }
